@@ -1,0 +1,123 @@
+// fixed.h - the 16.16 number of the whole interface, and the plain vectors and matrices made of it.
+//
+// Everything is inline, integer and wraps like two's complement: a sum of products floors each product before it
+// is added, so results are the same on every device. Nothing saturates and nothing reports an error.
+#pragma once
+
+#include <kxcoreemb/base.h>
+
+#include <type_traits>
+
+/// A signed 16.16 fixed-point number: the value is raw / 65536, from -32768 to 32767.99998.
+///
+/// Default construction leaves the value uninitialised, as with an int. Angles are radians.
+class KxcFixed
+{
+public:
+    KxcFixed() = default;
+
+    /// From a whole number; it wraps outside -32768..32767.
+    template <class Integer, std::enable_if_t<std::is_integral<Integer>::value, int> = 0>
+    constexpr KxcFixed(Integer value) : m_raw(wrap(static_cast<UINT64>(value) << 16))
+    {
+    }
+    /// From a float, truncated toward zero; what 64 bits cannot hold gives 0.
+    constexpr KxcFixed(FLOAT32 value) : m_raw(truncate(value * 65536.0f)) {}
+    constexpr KxcFixed(FLOAT64 value) : m_raw(truncate(value * 65536.0)) {}
+
+    static constexpr KxcFixed fromRaw(INT32 raw)
+    {
+        KxcFixed result(0);
+        result.m_raw = raw;
+        return result;
+    }
+    constexpr INT32 raw() const { return m_raw; }
+
+    /// Rounds toward minus infinity: -0.5 gives -1.
+    constexpr explicit operator INT32() const { return m_raw >> 16; }
+    constexpr explicit operator FLOAT32() const { return static_cast<FLOAT32>(m_raw) / 65536.0f; }
+    constexpr explicit operator FLOAT64() const { return m_raw / 65536.0; }
+
+    constexpr KxcFixed operator-() const { return fromRaw(wrap(0u - static_cast<UINT32>(m_raw))); }
+    constexpr KxcFixed& operator+=(KxcFixed b) { return *this = *this + b; }
+    constexpr KxcFixed& operator-=(KxcFixed b) { return *this = *this - b; }
+    constexpr KxcFixed& operator*=(KxcFixed b) { return *this = *this * b; }
+    constexpr KxcFixed& operator/=(KxcFixed b) { return *this = *this / b; }
+
+    friend constexpr KxcFixed operator+(KxcFixed a, KxcFixed b)
+    {
+        return fromRaw(wrap(static_cast<UINT32>(a.m_raw) + static_cast<UINT32>(b.m_raw)));
+    }
+    friend constexpr KxcFixed operator-(KxcFixed a, KxcFixed b)
+    {
+        return fromRaw(wrap(static_cast<UINT32>(a.m_raw) - static_cast<UINT32>(b.m_raw)));
+    }
+    /// The product floored to 16 fraction bits.
+    friend constexpr KxcFixed operator*(KxcFixed a, KxcFixed b)
+    {
+        return fromRaw(wrap(static_cast<UINT64>((static_cast<INT64>(a.m_raw) * b.m_raw) >> 16)));
+    }
+    /// The quotient truncated toward zero; b must not be 0.
+    friend constexpr KxcFixed operator/(KxcFixed a, KxcFixed b)
+    {
+        return fromRaw(wrap(static_cast<UINT64>(static_cast<INT64>(a.m_raw) * 65536 / b.m_raw)));
+    }
+    /// The raw value divided by a whole number, truncated toward zero; b must not be 0.
+    template <class Integer, std::enable_if_t<std::is_integral<Integer>::value, int> = 0>
+    friend constexpr KxcFixed operator/(KxcFixed a, Integer b)
+    {
+        return fromRaw(wrap(static_cast<UINT64>(static_cast<INT64>(a.m_raw) / static_cast<INT64>(b))));
+    }
+
+    friend constexpr bool operator==(KxcFixed a, KxcFixed b) { return a.m_raw == b.m_raw; }
+    friend constexpr bool operator!=(KxcFixed a, KxcFixed b) { return a.m_raw != b.m_raw; }
+    friend constexpr bool operator<(KxcFixed a, KxcFixed b) { return a.m_raw < b.m_raw; }
+    friend constexpr bool operator<=(KxcFixed a, KxcFixed b) { return a.m_raw <= b.m_raw; }
+    friend constexpr bool operator>(KxcFixed a, KxcFixed b) { return a.m_raw > b.m_raw; }
+    friend constexpr bool operator>=(KxcFixed a, KxcFixed b) { return a.m_raw >= b.m_raw; }
+
+private:
+    static constexpr INT32 wrap(UINT64 value) { return static_cast<INT32>(static_cast<UINT32>(value)); }
+    template <class Real>
+    static constexpr INT32 truncate(Real scaled)
+    {
+        constexpr Real kLimit = static_cast<Real>(9223372036854775808.0); // 2^63
+        return scaled > -kLimit && scaled < kLimit ? wrap(static_cast<UINT64>(static_cast<INT64>(scaled))) : 0;
+    }
+
+    INT32 m_raw;
+};
+static_assert(sizeof(KxcFixed) == 4 && std::is_trivial<KxcFixed>::value, "KxcFixed travels as one integer");
+
+struct KxcVector2
+{
+    KxcFixed x, y;
+};
+
+struct KxcVector3
+{
+    KxcFixed x, y, z;
+};
+
+struct KxcVector4
+{
+    KxcFixed x, y, z, w;
+};
+
+/// A rotation; w is the scalar part, and the identity is (0, 0, 0, 1).
+struct KxcQuaternion
+{
+    KxcFixed x, y, z, w;
+};
+
+/// m[row][column], for row vectors: a 2D translation lies in m[2][0] and m[2][1].
+struct KxcMatrix3
+{
+    KxcFixed m[3][3];
+};
+
+/// m[row][column], for row vectors: p' = p * M, so the translation lies in m[3][0], m[3][1] and m[3][2].
+struct KxcMatrix4
+{
+    KxcFixed m[4][4];
+};

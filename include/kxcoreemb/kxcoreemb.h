@@ -1,0 +1,16 @@
+// kxcoreemb.h - all of the library.
+#pragma once
+
+#include <kxcoreemb/base.h>
+#include <kxcoreemb/core.h>
+#include <kxcoreemb/date_time.h>
+#include <kxcoreemb/file.h>
+#include <kxcoreemb/fixed.h>
+#include <kxcoreemb/host.h>
+#include <kxcoreemb/image_loader.h>
+#include <kxcoreemb/pixel_blender.h>
+#include <kxcoreemb/pixel_converter.h>
+#include <kxcoreemb/resource_manager.h>
+#include <kxcoreemb/string_toolkit.h>
+#include <kxcoreemb/surface.h>
+#include <kxcoreemb/thread.h>

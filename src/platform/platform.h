@@ -1,0 +1,136 @@
+// platform.h - the seam: all that the library asks of an operating system.
+//
+// What exists once per system (pages, clock, threads, locks, disk) is plain functions; what is chosen while the
+// program runs (the window and its message boxes) is a record of functions. A port implements this file and nothing
+// else. Unless a comment says otherwise, a function may be called from any thread and returns null or 0 on failure.
+#pragma once
+
+#include <kxcoreemb/base.h>
+
+#include <cstdio>
+
+// --- memory ----------------------------------------------------------------------------------------------------------
+
+/// Zeroed pages that can be read and written, straight from the system; null when it has none left.
+void* kxcPlatformAllocatePages(size_t bytes);
+void kxcPlatformFreePages(void* pages); ///< accepts null
+
+// --- time ------------------------------------------------------------------------------------------------------------
+
+/// From an arbitrary start, wrapping at 2^32.
+UINT32 kxcPlatformMilliseconds();
+/// A clock that a test drives by hand; null, the default, for the system's.
+extern UINT32 (*kxcPlatformClockHook)();
+void kxcPlatformSleep(UINT32 milliseconds);
+
+struct KxcPlatformTime
+{
+    UINT16 year, month, day, hour, minute, second, millisecond; // month and day count from 1
+};
+KxcPlatformTime kxcPlatformLocalTime();
+
+// --- process ---------------------------------------------------------------------------------------------------------
+
+[[noreturn]] void kxcPlatformExit(INT32 code); ///< ends the process in the orderly way
+
+/// The full path of the running executable, folders separated by "\"; 0 when it is unknown or does not fit.
+INT32 kxcPlatformExecutablePath(char* path, INT32 size);
+/// An executable path that a test sets, in the form above; null, the default, for the real one.
+extern const char* kxcPlatformExecutablePathHook;
+
+// --- threads and locks -----------------------------------------------------------------------------------------------
+
+struct KxcPlatformThread;
+KxcPlatformThread* kxcPlatformThreadStart(INT32 (*function)(void*), void* argument);
+INT32 kxcPlatformThreadWait(KxcPlatformThread* thread); ///< blocks until it ended; its exit code, every time
+void kxcPlatformThreadRelease(KxcPlatformThread* thread); ///< lets go of the handle; the thread runs on
+[[noreturn]] void kxcPlatformThreadExit(INT32 code);      ///< ends the calling thread
+UINT32 kxcPlatformThreadId();                             ///< of the calling thread; never 0xFFFFFFFF
+
+struct KxcPlatformLock; ///< not re-entrant
+KxcPlatformLock* kxcPlatformLockCreate();
+void kxcPlatformLockDestroy(KxcPlatformLock* lock);
+void kxcPlatformLockAcquire(KxcPlatformLock* lock);
+void kxcPlatformLockRelease(KxcPlatformLock* lock);
+
+// --- disk ------------------------------------------------------------------------------------------------------------
+// Paths may use "\" as well as "/", and may differ in case from the disk: the spelling that exists is used.
+
+/// stdio's open; closed with fclose. @param mode as in stdio
+FILE* kxcPlatformFileOpen(const char* path, const char* mode);
+INT32 kxcPlatformFileRemove(const char* path);                          ///< 1 on success, like the next three
+INT32 kxcPlatformFileRename(const char* oldPath, const char* newPath);
+INT32 kxcPlatformDirectoryCreate(const char* path);
+INT32 kxcPlatformDirectoryRemove(const char* path);                     ///< the directory must be empty
+
+/// The last component of an existing file's or folder's path, spelled as the disk has it.
+INT32 kxcPlatformFileNameOnDisk(const char* path, char* name, INT32 size);
+
+struct KxcPlatformSearch;
+KxcPlatformSearch* kxcPlatformSearchOpen(const char* directory);
+const char* kxcPlatformSearchNext(KxcPlatformSearch* search); ///< a name, "." and ".." included; valid until the next call
+void kxcPlatformSearchClose(KxcPlatformSearch* search);       ///< accepts null
+
+// --- sockets ---------------------------------------------------------------------------------------------------------
+
+INT32 kxcPlatformSocketsStart(); ///< once per run, before any other use of the network
+void kxcPlatformSocketsStop();
+
+// --- window and message boxes ----------------------------------------------------------------------------------------
+
+/// What a window reports. Parameters are packed as the comment says; keys are virtual-key codes (VK_*).
+enum KxcPlatformMessageType : UINT32
+{
+    KXCMSG_CREATE = 0x0001,      ///< the window exists, nothing was shown yet
+    KXCMSG_DESTROY = 0x0002,     ///< the window is gone
+    KXCMSG_ACTIVATE = 0x0006,    ///< low word of wParam: 0 deactivated, else activated
+    KXCMSG_PAINT = 0x000F,       ///< its content must be shown again
+    KXCMSG_CLOSE = 0x0010,       ///< the user wants to close it
+    KXCMSG_QUIT = 0x0012,        ///< the program is to end with wParam
+    KXCMSG_KEYDOWN = 0x0100,     ///< wParam: key; repeats while the key is held
+    KXCMSG_KEYUP = 0x0101,       ///< wParam: key
+    KXCMSG_CHAR = 0x0102,        ///< wParam: character
+    KXCMSG_MOUSEMOVE = 0x0200,   ///< lParam: x in the low word, y in the high word; wParam: KXCMSG_LEFTHELD or 0
+    KXCMSG_LBUTTONDOWN = 0x0201, ///< as above, and so are the next three
+    KXCMSG_LBUTTONUP = 0x0202,
+    KXCMSG_MBUTTONDOWN = 0x0207,
+    KXCMSG_MBUTTONUP = 0x0208,
+    KXCMSG_MOUSEWHEEL = 0x020A,  ///< high word of wParam: signed, positive when turned away from the user
+};
+enum : UINT32
+{
+    KXCMSG_LEFTHELD = 1 ///< wParam of the mouse messages: the left button is held
+};
+
+struct KxcPlatformMessage
+{
+    UINT32 type, wParam, lParam;
+};
+
+enum KxcPlatformIcon
+{
+    KXCICON_STOP,
+    KXCICON_EXCLAMATION
+};
+
+/// A window, its input and its message boxes. Called on the frame thread, message boxes from any.
+struct KxcPlatformHost
+{
+    const char* name; ///< "sdl2", "headless"
+    /// Opens a window whose client area measures width x height pixels; 0, with the reason on stderr, without a display.
+    INT32 (*open)(INT32 width, INT32 height, const char* title);
+    /// Takes the next waiting message; 0 when there is none. Never blocks.
+    INT32 (*nextMessage)(KxcPlatformMessage* message);
+    /// Shows width x height pixels in R5 G6 B5, top row first; the caller keeps the buffer.
+    void (*present)(const UINT16* pixels);
+    void (*close)(); ///< safe after a failed open, and twice
+    void (*messageBox)(const char* text, const char* caption, KxcPlatformIcon icon); ///< blocks until dismissed
+};
+
+extern const KxcPlatformHost kxcPlatformHeadless; ///< no window: open fails; message boxes go to stderr
+extern const KxcPlatformHost kxcPlatformSDL2;     ///< exists in desktop builds
+extern const KxcPlatformHost* kxcPlatformHost;    ///< the one in use; headless until the desktop starts
+
+/// Shows a message box through the host in use, or hands it to the hook when a test set one.
+void kxcPlatformMessageBox(const char* text, const char* caption, KxcPlatformIcon icon);
+extern void (*kxcPlatformMessageBoxHook)(const char* text, const char* caption, KxcPlatformIcon icon);
