@@ -1,1 +1,151 @@
+// surface.h - pictures in memory: opening their pixels, filling them, lines, and drawing one onto another.
 #pragma once
+
+#include <kxcoreemb/base.h>
+#include <kxcoreemb/fixed.h>
+#include <kxcoreemb/pixel_blender.h>
+#include <kxcoreemb/pixel_converter.h>
+
+struct KxcGLSurfaceDescriptor;
+
+/// What lock() is asked for.
+enum KXCLOCK : INT32
+{
+    KXCLOCK_DISCARD = 0x100, ///< the old pixels are not wanted: all are about to be written
+    KXCLOCK_READONLY = 0x200 ///< nothing is written back
+};
+
+/// How drawImageTransform() turns the source: mirrors, and one rotation.
+enum KXCTRANSFORM : UINT32
+{
+    KXCTRANSFORM_MIRRORX = 1,    ///< left and right change places
+    KXCTRANSFORM_MIRRORY = 2,    ///< top and bottom change places
+    KXCTRANSFORM_ROTATE90 = 4,   ///< counter-clockwise: the source's right-hand column becomes the top row
+    KXCTRANSFORM_ROTATE180 = 8,  ///< the same as both mirrors
+    KXCTRANSFORM_ROTATE270 = 12, ///< three quarter turns counter-clockwise
+};
+
+/// A picture in memory: width x height pixels of one format, drawn on in place.
+///
+/// Units      pixels, origin at the top left, y growing downwards; a pitch is in bytes. Rows follow each other without
+///            gaps; a PALETTE8 store begins with its 512-byte palette.
+/// Colours    0xAARRGGBB, except that colour keys and anti-aliased lines take 0x00RRGGBB.
+/// Ownership  the caller deletes what create() returned; the pixels go with it.
+/// Failure    create() returns null when memory runs out; drawing outside, or on a locked surface, changes nothing.
+/// Threads    the frame thread only.
+class KXC_API KxcGLSurface
+{
+public:
+    /// @param width, height  1 or more; a surface of more than 2^31 - 1 bytes is refused
+    /// @param format  a KXCSURFACEFORMAT_ value; 0 stands for KXCSURFACEFORMAT_55X5
+    /// @return null when an argument is refused or memory runs out; the pixels are undefined until something draws them
+    static KxcGLSurface* create(INT32 width, INT32 height, INT32 format);
+    virtual ~KxcGLSurface();
+
+    /// Opens the pixels for reading and writing until unlock().
+    /// @param pixels  receives the first row, or null when the lock is refused
+    /// @param format  0 for the surface's own; any other works on a converted copy that unlock() writes back. A
+    /// paletted
+    ///                surface opens only as what it is, and no other opens as paletted
+    /// @param flags   KXCLOCK_ bits
+    /// @return bytes from one row to the next; 0 when already locked, refused or out of memory
+    virtual INT32 lock(void** pixels, INT32 format, INT32 flags);
+    virtual void unlock();
+
+    KxcGLSurface(const KxcGLSurface&) = delete;
+    KxcGLSurface& operator=(const KxcGLSurface&) = delete;
+
+    INT32 getWidth() const;
+    INT32 getHeight() const;
+    INT32 getFormat() const;
+
+    /// Pixels of this colour are not drawn onto other surfaces while the key is enabled. The key is converted to the
+    /// surface's format before it is compared.
+    void setColorKey(INT32 color);
+    INT32 getColorKey() const;
+    void enableColorKey(INT32 enable);
+
+    /// Sets every pixel to the colour, without blending. Paletted surfaces are left as they are, here and below.
+    void clear(UINT32 color);
+    /// Fills the part of the rectangle that lies on the surface, blended by the colour's alpha.
+    void drawFilledRect(INT32 x, INT32 y, INT32 width, INT32 height, UINT32 color);
+    /// Draws a line one pixel thick, both ends included, blended by the colour's alpha.
+    void drawLine(KxcFixed x1, KxcFixed y1, KxcFixed x2, KxcFixed y2, UINT32 color);
+    /// Draws a smooth line; only on 55X5 surfaces. @param color  0x00RRGGBB
+    void drawAALine(KxcFixed x1, KxcFixed y1, KxcFixed x2, KxcFixed y2, UINT32 color);
+
+    // Drawing an image, in four families: as it is, blended, transformed, both.
+    //
+    // source         another surface; drawn onto itself a surface stays as it is
+    // x, y           where the top left corner goes; 0, 0 when not given
+    // rect           the part of the source to draw, clipped to it; all of it when not given
+    // width, height  the size to scale to, by nearest neighbour; without them the part keeps its size, and where only
+    //                the width is given the height keeps the proportions of the whole source surface
+    // type, value    a KXCBLEND_ and its strength 0..255
+    // flags          KXCTRANSFORM_ bits
+    //
+    // Pixels that equal the source's enabled colour key leave the target as it is. Blending takes place in the working
+    // formats that KxcPixelBlender::getBlendingFormat() names.
+
+    void drawImage(KxcGLSurface* source);
+    void drawImage(KxcGLSurface* source, INT32 x, INT32 y);
+    void drawImage(KxcGLSurface* source, INT32 x, INT32 y, INT32 width);
+    void drawImage(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 height);
+    void drawImage(KxcGLSurface* source, const KxcRectangle& rect);
+    void drawImage(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect);
+    void drawImage(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width);
+    void drawImage(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width, INT32 height);
+
+    void drawImageBlend(KxcGLSurface* source, INT32 type, INT32 value);
+    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 type, INT32 value);
+    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 type, INT32 value);
+    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 height, INT32 type, INT32 value);
+    void drawImageBlend(KxcGLSurface* source, const KxcRectangle& rect, INT32 type, INT32 value);
+    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 type, INT32 value);
+    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width, INT32 type,
+                        INT32 value);
+    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width, INT32 height,
+                        INT32 type, INT32 value);
+
+    void drawImageTransform(KxcGLSurface* source, UINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, UINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, UINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 height, UINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, const KxcRectangle& rect, UINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, UINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width,
+                            UINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width, INT32 height,
+                            UINT32 flags);
+
+    void drawImageTransformBlend(KxcGLSurface* source, INT32 type, INT32 value, UINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 type, INT32 value, UINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 type, INT32 value,
+                                 UINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 height, INT32 type,
+                                 INT32 value, UINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, const KxcRectangle& rect, INT32 type, INT32 value, UINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 type,
+                                 INT32 value, UINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width,
+                                 INT32 type, INT32 value, UINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width,
+                                 INT32 height, INT32 type, INT32 value, UINT32 flags);
+
+protected:
+    KxcGLSurface(); ///< create() is the only way in; derived classes fill m_surface in theirs
+    INT32 init(INT32 width, INT32 height, INT32 format);
+
+    // What brackets the drawing operations. Locks are in the surfaces' own formats; both answer 0 when a surface is
+    // already locked or refuses.
+    INT32 lockForDraw();
+    void unlockForDraw();
+    INT32 lockForBlit(KxcGLSurface* source); ///< this surface, then the source
+    void unlockForBlit(KxcGLSurface* source);
+
+    KxcGLSurfaceDescriptor* m_surface; ///< owned
+
+private:
+    friend struct KxcGLSurfaceDescriptor;
+    friend struct KxcBlitRequest;
+};
