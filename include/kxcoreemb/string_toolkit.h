@@ -18,8 +18,8 @@
 ///   1..9    width, or after "." precision            *     take it from the next INT32 argument (a negative width
 ///   # l L h accepted, without effect                       left-justifies, a negative precision counts as none)
 ///
-///   c       a character                              x     hexadecimal, lower case digits
-///   d i     INT32                                    X p   hexadecimal, upper case digits
+///   c       a character                              x     UINT32: hexadecimal, lower case digits
+///   d i     INT32                                    X p   hexadecimal, upper case digits: UINT32, pointer
 ///   u o b   UINT32: decimal, octal, binary           n     stores the characters so far through an INT32*
 ///   s       a string, cut at the precision; a null one prints "(null)"
 ///   f e E g G   a double, 6 decimals when no precision is given; rounded half up at the last printed digit, with the
@@ -65,7 +65,7 @@ public:
     static char* copy(const char* string);
     static char* copy(const CHAR16* string);         ///< keeps the low byte of every character
     static CHAR16* copyToCHAR16(const char* string); ///< widens signed characters: 0x80 becomes 0xFF80
-    /// The first, the separator unless it is 0, the second. A null part counts as empty; two null parts give null.
+    /// The first, the separator unless it is 0, the second; null when either is null.
     static char* concat(const char* first, const char* second, char separator);
     static void toLowerCase(char* string); ///< in place, 'A'..'Z' only
     static void toUpperCase(char* string); ///< in place, 'a'..'z' only

@@ -56,7 +56,7 @@ public:
     KxcThreadObject& operator=(const KxcThreadObject&) = delete;
 
 protected:
-    void runThread();
+    INT32 runThread(); // runs run(); its result ends the thread
 
     KxcThread* thread; // owned; null when there is none
     UINT32 tls;        // reserved for platforms with thread-local storage of their own; 0
