@@ -117,8 +117,9 @@ enum KxcPlatformIcon
 struct KxcPlatformHost
 {
     const char* name; ///< "sdl2", "headless"
-    /// Opens a window whose client area measures width x height pixels; 0, with the reason on stderr, without a display.
-    INT32 (*open)(INT32 width, INT32 height, const char* title);
+    /// Opens a window whose client area measures width x height pixels, shown unless visible is 0.
+    /// @return 0, with the reason on stderr, without a display
+    INT32 (*open)(INT32 width, INT32 height, const char* title, INT32 visible);
     /// Takes the next waiting message; 0 when there is none. Never blocks.
     INT32 (*nextMessage)(KxcPlatformMessage* message);
     /// Shows width x height pixels in R5 G6 B5, top row first; the caller keeps the buffer.
