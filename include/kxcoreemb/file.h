@@ -28,8 +28,8 @@ enum : UINT32
 /// Ownership  close() ends and destroys the file; there is no other way to release it. Buffers and strings returned are
 ///            released by the caller with delete[].
 /// Units      bytes; positions and sizes are 32-bit, larger files can be read only as far as that reaches.
-/// Failure    opening returns null. A disk path longer than 511 bytes cannot be opened, made, removed or renamed.
-/// Threads    the thread that opened it.
+/// Failure    opening returns null. A name whose disk path is longer than 511 bytes does not exist and cannot; raw ones
+/// may be longer. Threads    the thread that opened it.
 class KXC_API KxcFile
 {
 public:
@@ -43,7 +43,7 @@ public:
     /// Reads up to count elements of size bytes. @return whole elements read; 0 for a size or count below 1
     virtual INT32 read(void* buffer, INT32 size, INT32 count);
     virtual INT32 write(const void* buffer, INT32 size, INT32 count); ///< whole elements written
-    virtual INT32 close();     ///< destroys the object; 0 when all that was written reached the file
+    virtual INT32 close();     ///< destroys the object; non-zero when the last bytes could not be written
     virtual INT32 endOfFile(); ///< non-zero once a read ran into the end
 
 protected:
