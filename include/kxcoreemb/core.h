@@ -159,14 +159,15 @@ public:
     static const char* getPlatformString();
     static const char* getCommandlineString(); ///< null in an embedded run
     static KxcCPUInfo* getCPUInfo();           ///< the caller deletes it; null when memory runs out
-    static KxcFixed getBatteryState();         ///< from 0 up to, not including, 1: here a ramp that repeats every second
-    static INT32 getDeviceLocale();            ///< 0
-    static INT32 getSilentProfileState();      ///< -1
+    static KxcFixed getBatteryState();    ///< from 0 up to, not including, 1: here a ramp that repeats every second
+    static INT32 getDeviceLocale();       ///< 0
+    static INT32 getSilentProfileState(); ///< -1
 
     /// Stores the mode (1 at start-up) and reports the device's size. @return 1
     static INT32 setExclusiveMode(INT32 mode, KxcExclusiveModeSettings& settings);
     static void setIdleMode(INT32 mode);
-    static void setOutOfMemoryAction(INT32 action); ///< 1: panic when the engine heap is exhausted; else it answers null
+    static void
+    setOutOfMemoryAction(INT32 action); ///< 1: panic when the engine heap is exhausted; else it answers null
 
     static void compactMemory(UINT32 bytes); ///< no effect on this platform
     static UINT32 getFreePoolMemory();       ///< of the engine heap, in bytes; 0 without one
@@ -181,8 +182,8 @@ public:
 
     /// Adds a resource archive to the engine's directory; its entries override those of earlier ones. @return 1, or 0
     static INT32 openCFL(const char* name);
-    static void resetCFLDirectory();                   ///< forgets all archives
-    static void setFileOpenStrategy(INT32 strategy);   ///< a KXCFILE_ value; KXCFILE_DISK_FIRST at start-up
+    static void resetCFLDirectory();                 ///< forgets all archives
+    static void setFileOpenStrategy(INT32 strategy); ///< a KXCFILE_ value; KXCFILE_DISK_FIRST at start-up
 
     /// Adds a (KXCCTRL_ code, key code) pair; a pair is never stored twice.
     static void mapControlCode(INT32 control, INT32 key);

@@ -27,9 +27,9 @@ struct KxcCoreState
     INT32 alive; // 1 while it exists
     KxcAppPrefs prefs;
 
-    KxcApp* app;             // owned
-    KxcRenderer* renderer;   // the game's
-    KxcInput* controller;    // the game's
+    KxcApp* app;                 // owned
+    KxcRenderer* renderer;       // the game's
+    KxcInput* controller;        // the game's
     KxcResourceTable* resources; // owned
 
     KxcGLDevice* device; // the active graphics device; null until one was created

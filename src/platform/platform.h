@@ -42,7 +42,7 @@ extern const char* kxcPlatformExecutablePathHook;
 
 struct KxcPlatformThread;
 KxcPlatformThread* kxcPlatformThreadStart(INT32 (*function)(void*), void* argument);
-INT32 kxcPlatformThreadWait(KxcPlatformThread* thread); ///< blocks until it ended; its exit code, every time
+INT32 kxcPlatformThreadWait(KxcPlatformThread* thread);   ///< blocks until it ended; its exit code, every time
 void kxcPlatformThreadRelease(KxcPlatformThread* thread); ///< lets go of the handle; the thread runs on
 [[noreturn]] void kxcPlatformThreadExit(INT32 code);      ///< ends the calling thread
 UINT32 kxcPlatformThreadId();                             ///< of the calling thread; never 0xFFFFFFFF
@@ -58,18 +58,19 @@ void kxcPlatformLockRelease(KxcPlatformLock* lock);
 
 /// stdio's open; closed with fclose. @param mode as in stdio
 FILE* kxcPlatformFileOpen(const char* path, const char* mode);
-INT32 kxcPlatformFileRemove(const char* path);                          ///< 1 on success, like the next three
+INT32 kxcPlatformFileRemove(const char* path); ///< 1 on success, like the next three
 INT32 kxcPlatformFileRename(const char* oldPath, const char* newPath);
 INT32 kxcPlatformDirectoryCreate(const char* path);
-INT32 kxcPlatformDirectoryRemove(const char* path);                     ///< the directory must be empty
+INT32 kxcPlatformDirectoryRemove(const char* path); ///< the directory must be empty
 
 /// The last component of an existing file's or folder's path, spelled as the disk has it.
 INT32 kxcPlatformFileNameOnDisk(const char* path, char* name, INT32 size);
 
 struct KxcPlatformSearch;
 KxcPlatformSearch* kxcPlatformSearchOpen(const char* directory);
-const char* kxcPlatformSearchNext(KxcPlatformSearch* search); ///< a name, "." and ".." included; valid until the next call
-void kxcPlatformSearchClose(KxcPlatformSearch* search);       ///< accepts null
+const char*
+kxcPlatformSearchNext(KxcPlatformSearch* search);       ///< a name, "." and ".." included; valid until the next call
+void kxcPlatformSearchClose(KxcPlatformSearch* search); ///< accepts null
 
 // --- sockets ---------------------------------------------------------------------------------------------------------
 
@@ -95,7 +96,7 @@ enum KxcPlatformMessageType : UINT32
     KXCMSG_LBUTTONUP = 0x0202,
     KXCMSG_MBUTTONDOWN = 0x0207,
     KXCMSG_MBUTTONUP = 0x0208,
-    KXCMSG_MOUSEWHEEL = 0x020A,  ///< high word of wParam: signed, positive when turned away from the user
+    KXCMSG_MOUSEWHEEL = 0x020A, ///< high word of wParam: signed, positive when turned away from the user
 };
 enum : UINT32
 {

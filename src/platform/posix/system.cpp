@@ -2,7 +2,6 @@
 #include "platform/platform.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <sys/mman.h>
@@ -66,15 +65,9 @@ KxcPlatformTime kxcPlatformLocalTime()
             static_cast<UINT16>(now.tv_nsec / 1000000)};
 }
 
-void kxcPlatformExit(INT32 code)
-{
-    std::exit(code);
-}
+void kxcPlatformExit(INT32 code) { std::exit(code); }
 
-INT32 kxcPlatformSocketsStart()
-{
-    std::signal(SIGPIPE, SIG_IGN); // a peer that hangs up is an error of the call, not the end of the game
-    return 1;
-}
+// POSIX sockets need no start.
+INT32 kxcPlatformSocketsStart() { return 1; }
 
 void kxcPlatformSocketsStop() {}
