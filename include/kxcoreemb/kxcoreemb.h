@@ -6,6 +6,7 @@
 #include <kxcoreemb/date_time.h>
 #include <kxcoreemb/file.h>
 #include <kxcoreemb/fixed.h>
+#include <kxcoreemb/gl.h>
 #include <kxcoreemb/host.h>
 #include <kxcoreemb/image_loader.h>
 #include <kxcoreemb/pixel_blender.h>

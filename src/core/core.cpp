@@ -113,6 +113,7 @@ void kxcCoreStartApplication(INT32 width, INT32 height, long (*appInit)(void))
             panicOutOfMemory(kxcCore->prefs.outOfMemoryMessage, static_cast<size_t>(pixels * sizeof(UINT16)));
     }
 
+    kxcGLRegisterStub();
     if (appInit && appInit() != 0)
     {
         kxcPlatformMessageBox("Application init returned non-zero value", kPlatformName, KXCICON_STOP);
@@ -127,6 +128,7 @@ void kxcCoreTearDown()
     if (!kxcCore)
         return;
     endApplication();
+    kxcGLFree();
     kxcInputFree();
     delete kxcCore->archives;
     kxcImageLoadersFree();

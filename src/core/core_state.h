@@ -5,8 +5,10 @@
 
 class KxcCFL;
 class KxcGLDevice;
+class KxcGLDeviceFactory;
 class KxcImageLoader;
 class KxcResourceTable;
+struct KxcGLDeviceInfo;
 
 /// One mapping slot; (-1, -1) when free.
 struct KxcControlMapping
@@ -32,7 +34,10 @@ struct KxcCoreState
     KxcInput* controller;        // the game's
     KxcResourceTable* resources; // owned
 
-    KxcGLDevice* device; // the active graphics device; null until one was created
+    KxcGLDevice* device;                      // owned: the active graphics device; null until a game creates one
+    KxcGLDeviceFactory* deviceFactories;      // owned: newest first
+    const KxcGLDeviceInfo* deviceInfos;       // owned: newest first
+    const KxcGLDeviceInfo* currentDeviceInfo; // one of them, or null
 
     KxcCFL* archives; // owned: the merged archive directory; null when there is none
     INT32 fileOpenStrategy;

@@ -7,6 +7,7 @@
 #include <kxcoreemb/string_toolkit.h>
 
 #include <cstring>
+#include <initializer_list>
 #include <new>
 
 namespace

@@ -14,10 +14,10 @@ UINT32 g_now;
 struct Owner : KxcResource
 {
     explicit Owner(UINT32 bytes, UINT32 flags = 0) : size(bytes) { createResource(bytes, flags); }
-    INT32 callback(void* data) override
+    INT32 callback(void* buffer) override
     {
         ++loads;
-        std::memset(data, 0x5A, size);
+        std::memset(buffer, 0x5A, size);
         if (during)
             during(*this);
         return works;
