@@ -6,6 +6,7 @@
 #include <kxcoreemb/pixel_blender.h>
 #include <kxcoreemb/pixel_converter.h>
 
+struct KxcBlit;
 struct KxcGLSurfaceDescriptor;
 
 /// What lock() is asked for.
@@ -147,5 +148,5 @@ protected:
 
 private:
     friend struct KxcGLSurfaceDescriptor;
-    friend struct KxcBlitRequest;
+    void blit(KxcGLSurface* source, const KxcBlit& blit); ///< all of the drawImage family
 };

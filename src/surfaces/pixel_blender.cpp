@@ -1,0 +1,128 @@
+// pixel_blender.cpp - the names and the lookups of the blends; pixel_blend.h and the kernels do the work.
+
+#include <kxcoreemb/pixel_blender.h>
+
+#include "surfaces/pixel_blend.h"
+#include "surfaces/pixel_kernels.h"
+
+namespace
+{
+
+using Kernels = KxcPixelKernels;
+
+#define KXC_NAME_BLEND(Type) &KxcPixelBlender::blend##Type##55X5,
+constexpr KxcPixelBlender::BlendingFunction kBlends55X5[KXCBLEND_COUNT] = {KXC_FOR_EACH_BLEND_55X5(KXC_NAME_BLEND)};
+#undef KXC_NAME_BLEND
+#define KXC_NAME_BLEND(Type) &KxcPixelBlender::blend##Type##X888,
+constexpr KxcPixelBlender::BlendingFunction kBlendsX888[] = {KXC_FOR_EACH_BLEND_8888(KXC_NAME_BLEND)};
+#undef KXC_NAME_BLEND
+#define KXC_NAME_BLEND(Type) &KxcPixelBlender::blend##Type##Premul8888,
+constexpr KxcPixelBlender::BlendingFunction kBlendsPremul8888[] = {KXC_FOR_EACH_BLEND_8888(KXC_NAME_BLEND)};
+#undef KXC_NAME_BLEND
+
+/// Chooses from a family's table for a working pair; null for other pairs.
+template <class Function>
+Function choose(INT32 blendSource, INT32 blendTarget, INT32 type, const Function* to55X5, const Function* toX888,
+                const Function* toPremul8888)
+{
+    if (type < 0 || type >= KXCBLEND_COUNT)
+        type = KXCBLEND_NONE;
+    if (blendSource == KXCSURFACEFORMAT_55X5 && blendTarget == KXCSURFACEFORMAT_55X5)
+        return to55X5[type];
+    if (blendSource == KXCSURFACEFORMAT_PREMUL8888 && blendTarget == KXCSURFACEFORMAT_X888)
+        return toX888[(type + 1) / 2];
+    if (blendSource == KXCSURFACEFORMAT_PREMUL8888 && blendTarget == KXCSURFACEFORMAT_PREMUL8888)
+        return toPremul8888[(type + 1) / 2];
+    return nullptr;
+}
+
+/// The formats that blend in 55X5 among themselves.
+bool blendsAs55X5(INT32 format)
+{
+    return format == KXCSURFACEFORMAT_565 || format == KXCSURFACEFORMAT_X6X5X5 || format == KXCSURFACEFORMAT_55X5;
+}
+
+} // namespace
+
+void KxcPixelBlender::getBlendingFormat(INT32 sourceFormat, INT32 targetFormat, INT32& blendSource, INT32& blendTarget)
+{
+    const bool known = targetFormat >= 0 && targetFormat < KXCSURFACEFORMAT_COUNT;
+    if (known && kxcSurfaceFormats[targetFormat].alphaMask != 0)
+        blendSource = blendTarget = KXCSURFACEFORMAT_PREMUL8888;
+    else if (blendsAs55X5(sourceFormat) && blendsAs55X5(targetFormat))
+        blendSource = blendTarget = KXCSURFACEFORMAT_55X5;
+    else
+    {
+        blendSource = KXCSURFACEFORMAT_PREMUL8888;
+        blendTarget = KXCSURFACEFORMAT_X888;
+    }
+}
+
+KxcPixelBlender::BlendingFunction KxcPixelBlender::getBlendingFunction(INT32 blendSource, INT32 blendTarget, INT32 type)
+{
+    return choose(blendSource, blendTarget, type, kBlends55X5, kBlendsX888, kBlendsPremul8888);
+}
+
+KxcPixelBlender::BufferBlendingFunction KxcPixelBlender::getBufferBlendingFunction(INT32 blendSource, INT32 blendTarget,
+                                                                                   INT32 type)
+{
+    const Kernels& k = kxcPixelKernels();
+    return choose(blendSource, blendTarget, type, k.blendRun55X5, k.blendRunX888, k.blendRunPremul8888);
+}
+
+UINT32 KxcPixelBlender::getBlendValue(INT32 blendSource, INT32, INT32 type, INT32 value)
+{
+    const UINT32 v = value < 0 ? 0 : value > 255 ? 255 : static_cast<UINT32>(value);
+    if (blendSource == KXCSURFACEFORMAT_55X5)
+    {
+        const UINT32 t = (v + 4) * 32; // 255 gives 32 and 0 gives 0
+        return (t + (t >> 8)) >> 8;
+    }
+    switch (type)
+    {
+    case KXCBLEND_ALPHAFAST:
+        return 127;
+    case KXCBLEND_MULFAST:
+    case KXCBLEND_ADDFAST:
+    case KXCBLEND_INVMULFAST:
+        return 255;
+    default:
+        return v;
+    }
+}
+
+constexpr INT32 kTypeNone = KXCBLEND_NONE, kTypeAlpha = KXCBLEND_ALPHA, kTypeAlphaFast = KXCBLEND_ALPHAFAST,
+                kTypeMul = KXCBLEND_MUL, kTypeMulFast = KXCBLEND_MULFAST, kTypeAdd = KXCBLEND_ADD,
+                kTypeAddFast = KXCBLEND_ADDFAST, kTypeInvmul = KXCBLEND_INVMUL, kTypeInvmulFast = KXCBLEND_INVMULFAST;
+
+#define KXC_DEFINE_BLEND(Name, Policy, Runs, index)                                                     \
+    UINT32 KxcPixelBlender::blend##Name(UINT32 source, UINT32 destination, UINT32 value)                \
+    {                                                                                                   \
+        return Policy::pixel(source, destination, value);                                               \
+    }                                                                                                   \
+    void KxcPixelBlender::blendBuffer##Name(void* source, void* destination, UINT32 value, INT32 count) \
+    {                                                                                                   \
+        kxcPixelKernels().Runs[index](source, destination, value, count);                               \
+    }
+
+#define KXC_DEFINE_55X5(Type) KXC_DEFINE_BLEND(Type##55X5, Blend##Type##55X5, blendRun55X5, kType##Type)
+KXC_FOR_EACH_BLEND_55X5(KXC_DEFINE_55X5)
+
+#define KXC_DEFINE_8888(Type)                                                                     \
+    KXC_DEFINE_BLEND(Type##X888, Blend##Type##8888 < true >, blendRunX888, (kType##Type + 1) / 2) \
+    KXC_DEFINE_BLEND(Type##Premul8888, Blend##Type##8888 < false >, blendRunPremul8888, (kType##Type + 1) / 2)
+KXC_FOR_EACH_BLEND_8888(KXC_DEFINE_8888)
+
+#define KXC_DEFINE_EXTRA(Type)                                                                                       \
+    void KxcPixelBlender::blendBuffer##Type##XA55X5(void* source, void* destination, UINT32 value, INT32 count)      \
+    {                                                                                                                \
+        kxcPixelKernels().blendRunXA55X5[Kernels::k##Type##Run](source, destination, value, count);                  \
+    }                                                                                                                \
+    void KxcPixelBlender::blendColorToBuffer##Type##55X5(UINT32 color, void* destination, UINT32 value, INT32 count) \
+    {                                                                                                                \
+        kxcPixelKernels().blendColorRun55X5[Kernels::k##Type##Run](color, destination, value, count);                \
+    }
+KXC_DEFINE_EXTRA(Alpha)
+KXC_DEFINE_EXTRA(Add)
+KXC_DEFINE_EXTRA(Mul)
+KXC_DEFINE_EXTRA(Invmul)

@@ -22,8 +22,8 @@ struct KxcGLSurfaceDescriptor
     UINT32 colorKey;  ///< 0x00RRGGBB
     INT32 colorKeyEnabled;
     INT32 width, height;
-    INT32 ownsPixels; ///< 1: the store goes with the descriptor, by delete[] of unsigned char
-    INT32 reserved;
+    UINT32 reserved[2]; ///< zero
+    INT32 ownsPixels;   ///< 1: the store goes with the descriptor, by delete[] of unsigned char
 
     /// With a new store of undefined contents. @return null for a size or format that is refused, or without memory
     static KxcGLSurfaceDescriptor* create(INT32 width, INT32 height, INT32 format);

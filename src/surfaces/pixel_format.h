@@ -1,0 +1,144 @@
+// pixel_format.h - the pixel formats as types, and the one conversion formula that every pair of them shares.
+//
+// All of it has internal linkage: the run kernels compile these functions a second time for machines with AVX2, and
+// the linker must never hand that code to the rest of the program.
+#pragma once
+
+#include <kxcoreemb/pixel_converter.h>
+
+#include <type_traits>
+
+namespace
+{
+
+enum PixelChannel
+{
+    kRed,
+    kGreen,
+    kBlue,
+    kAlpha
+};
+
+/// A format of the table, for templates.
+template <INT32 kFormat>
+struct PixelFormat
+{
+    static constexpr KxcSurfaceFormatInfo kInfo = kxcSurfaceFormats[kFormat];
+    static constexpr bool kHasAlpha = kInfo.alphaMask != 0;
+    using Pixel = std::conditional_t<kInfo.bytesPerPixel == 2, UINT16, UINT32>;
+
+    static constexpr UINT32 bits(PixelChannel channel) { return (kInfo.bits >> (channel * 8)) & 0xFF; }
+    static constexpr UINT32 shift(PixelChannel channel) { return (kInfo.shifts >> (channel * 8)) & 0xFF; }
+
+    template <PixelChannel kChannel>
+    static constexpr UINT32 get(UINT32 pixel)
+    {
+        return (pixel >> shift(kChannel)) & ((1u << bits(kChannel)) - 1);
+    }
+};
+
+/// A channel of kFrom bits in kTo bits: the top bits stay, and repeat themselves below where there is room.
+template <UINT32 kFrom, UINT32 kTo>
+constexpr UINT32 resizeChannel(UINT32 c)
+{
+    if constexpr (kFrom == 1 && kTo == 8)
+        return c * 0xFF;
+    else if constexpr (kFrom < kTo)
+        return (c << (kTo - kFrom)) | (c >> (2 * kFrom - kTo));
+    else
+        return c >> (kFrom - kTo);
+}
+
+/// c / 255 to the nearest, for 0..65025.
+constexpr UINT32 divide255(UINT32 c) { return (c + 128 + ((c + 128) >> 8)) >> 8; }
+
+// Two 8-bit channels travel as a pair: one in bits 23..16 and one in bits 7..0.
+constexpr UINT32 kPairMask = 0x00FF00FF;
+
+/// divide255(c * factor) for both channels of a pair; the factor is 0..255.
+constexpr UINT32 scalePair(UINT32 pair, UINT32 factor)
+{
+    const UINT32 t = pair * factor + 0x00800080;
+    return ((t + ((t >> 8) & kPairMask)) >> 8) & kPairMask;
+}
+
+constexpr UINT32 premultiply(UINT32 p)
+{
+    const UINT32 alpha = p >> 24;
+    return (p & 0xFF000000) | scalePair(p & kPairMask, alpha) | scalePair((p >> 8) & 0xFF, alpha) << 8;
+}
+
+/// 0xFF0000 / alpha: what turns a premultiplied channel back into a straight one, in 16.16.
+struct UnpremultiplyTable
+{
+    UINT32 factor[256];
+    constexpr UnpremultiplyTable() : factor()
+    {
+        for (UINT32 alpha = 1; alpha < 256; ++alpha)
+            factor[alpha] = 0xFF0000 / alpha;
+    }
+};
+constexpr UnpremultiplyTable kUnpremultiply;
+
+constexpr UINT32 unpremultiply(UINT32 p)
+{
+    // The largest product, 255 x 0xFF0000, fits. The factor of 255 is 1.0 and leaves the colour as it is.
+    const UINT32 f = kUnpremultiply.factor[p >> 24];
+    const UINT32 red = ((p >> 16 & 0xFF) * f) >> 16 & 0xFF;
+    const UINT32 green = ((p >> 8 & 0xFF) * f) >> 16 & 0xFF;
+    const UINT32 blue = ((p & 0xFF) * f) >> 16 & 0xFF;
+    const UINT32 white = p >> 24 ? 0 : 0x00FFFFFF; // nothing is known of a colour behind alpha 0
+    return (p & 0xFF000000) | red << 16 | green << 8 | blue | white;
+}
+
+template <INT32 kSource, INT32 kTarget>
+constexpr UINT32 convertPixel(UINT32 p)
+{
+    using S = PixelFormat<kSource>;
+    using T = PixelFormat<kTarget>;
+    if constexpr (kSource == kTarget)
+        return p;
+    else if constexpr (kSource == KXCSURFACEFORMAT_PREMUL8888 && T::kHasAlpha)
+        return convertPixel<KXCSURFACEFORMAT_8888, kTarget>(unpremultiply(p));
+    else if constexpr (kTarget == KXCSURFACEFORMAT_PREMUL8888 && kSource == KXCSURFACEFORMAT_8888)
+        return premultiply(p);
+    else if constexpr (kSource == KXCSURFACEFORMAT_X6X5X5 && kTarget == KXCSURFACEFORMAT_8888)
+    {
+        // The one widening that leaves the new low bits zero.
+        return 0xFF000000 | S::template get<kRed>(p) << 19 | S::template get<kGreen>(p) << 10 |
+               S::template get<kBlue>(p) << 3;
+    }
+    else
+    {
+        const UINT32 color =
+            resizeChannel<S::bits(kRed), T::bits(kRed)>(S::template get<kRed>(p)) << T::shift(kRed) |
+            resizeChannel<S::bits(kGreen), T::bits(kGreen)>(S::template get<kGreen>(p)) << T::shift(kGreen) |
+            resizeChannel<S::bits(kBlue), T::bits(kBlue)>(S::template get<kBlue>(p)) << T::shift(kBlue);
+        if constexpr (!T::kHasAlpha)
+            return color;
+        else if constexpr (!S::kHasAlpha)
+            return color | T::kInfo.alphaMask;
+        else
+        {
+            const UINT32 alpha = S::template get<kAlpha>(p);
+            if constexpr (kTarget == KXCSURFACEFORMAT_PREMUL8888) // 1 bit of alpha: all or nothing
+                return (color | 0xFF000000) & (0u - alpha);
+            else
+                return color | resizeChannel<S::bits(kAlpha), T::bits(kAlpha)>(alpha) << T::shift(kAlpha);
+        }
+    }
+}
+
+/// F(id) for each of the formats that pixels convert between.
+#define KXC_FOR_EACH_PIXEL_FORMAT(F) \
+    F(KXCSURFACEFORMAT_565)          \
+    F(KXCSURFACEFORMAT_X888)         \
+    F(KXCSURFACEFORMAT_1555)         \
+    F(KXCSURFACEFORMAT_8888)         \
+    F(KXCSURFACEFORMAT_X6X5X5)       \
+    F(KXCSURFACEFORMAT_1X5X5X5)      \
+    F(KXCSURFACEFORMAT_55X5)         \
+    F(KXCSURFACEFORMAT_5515)         \
+    F(KXCSURFACEFORMAT_PREMUL8888)
+
+} // namespace
