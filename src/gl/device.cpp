@@ -127,13 +127,13 @@ void KxcGLDevice::mapPointerPosition(INT32& x, INT32& y)
     switch (m_orientation)
     {
     case kQuarterTurn:
-        x = m_frameWidth - screenY, y = screenX;
+        x = mirror(m_frameWidth, screenY), y = screenX;
         break;
     case kHalfTurn:
-        x = m_frameWidth - screenX, y = m_frameHeight - screenY;
+        x = mirror(m_frameWidth, screenX), y = mirror(m_frameHeight, screenY);
         break;
     case kQuarterTurn | kHalfTurn:
-        x = screenY, y = m_frameHeight - screenX;
+        x = screenY, y = mirror(m_frameHeight, screenX);
         break;
     default:
         break;
