@@ -1,32 +1,59 @@
-// cfl.h - resource archives: the directory of all open ones (KxcCFL), its entries, and what they are stored in.
+// cfl.h - resource archives: the directory of all open ones (KxcCFL), the archives in it (KxcCFLLibrary), their entries
+// (KxcCFLDirectoryEntry) and stored bytes (KxcCFLResource).
 //
-// An archive holds named entries, each stored through a chain of filters. Archives opened later override the entries of
-// earlier ones. The engine keeps one directory; KxcCore::openCFL adds to it, and KxcFile finds its entries by name.
+// An archive holds named entries, each stored through a chain of filters (cfl_filter.h), and a directory that is stored
+// the same way. It may be a file of its own, the end of another file, or an entry of another archive. The engine keeps
+// one KxcCFL: KxcCore::openCFL adds archives to it, and KxcFile finds their entries by name.
 #pragma once
 
 #include <kxcoreemb/base.h>
 
 class KxcCFLDirectoryEntry;
 class KxcCFLLibrary;
+class KxcFile;
 
-/// A directory of archives: their entries, merged into one list.
+/// The entries of all archives opened so far, merged into one list: an archive opened later overrides the entries of
+/// earlier ones, which keep their places in the list.
 ///
 /// Ownership  the caller deletes what create() returned; buffers returned are released with delete[].
-/// Failure    a name that is not in the list gives null or 0, and so does null.
+/// Failure    a name that is not in the list gives null or 0, and so does null. A damaged archive is not opened, and
+///            changes nothing; a damaged entry cannot be read, while the others can.
 /// Threads    the frame thread only.
 class KXC_API KxcCFL
 {
 public:
-    static KxcCFL* create(); ///< without any archive; null when memory runs out
+    static KxcCFL* create();                 ///< without any archive; null when memory runs out
+    static KxcCFL* create(const char* name); ///< with one archive, as openLibrary() adds it; null when that fails
+    static KxcCFL* create(const char* name, INT32 offset);
+    static KxcCFL* create(KxcFile* file);
     ~KxcCFL();
 
-    INT32 openLibrary(const char* name); ///< adds the archive at the start of the file; 1, or 0
+    /// Adds an archive. Its file is looked up as KxcFile::open does, also among the entries that are here already, and
+    /// anew each time that an entry is read.
+    /// @param offset  where the archive begins, in bytes; when it does not begin there, the file's end tells where
+    /// @return 1, or 0
+    INT32 openLibrary(const char* name, INT32 offset);
+    INT32 openLibrary(const char* name); ///< at offset 0
+    /// The same at the file's position. The file is taken over: kept open until the directory goes, closed on failure.
+    INT32 openLibrary(KxcFile* file);
 
     INT32 fileExists(const char* name);
     INT32 getFileSize(const char* name); ///< decoded, in bytes
-    /// The decoded entry. @param size  receives its size when the name is there, also when decoding fails; else 0
+    /// The decoded entry; null also for an empty one.
+    /// @param size  receives its size when the name is there, also when decoding fails; else 0
     INT8* getFile(const char* name, INT32& size);
     INT8* getFile(const char* name);
+    INT32 getFile(const char* name, INT8* buffer, INT32 bufferSize); ///< into the buffer; the bytes that were copied
+
+    /// The archive's file, positioned at the entry's stored bytes; given back with dropFilePtr().
+    KxcFile* getFilePtr(const char* name);
+    void dropFilePtr(KxcFile* file);
+    INT32 getFileOfs(const char* name); ///< where the entry begins in the archive's file, with its length word
+
+    /// One line on the filter of the entry's step, from KxcCFLResourceFilter::handlerInfoString.
+    const char* compressionInfoString(const char* name);
+    const char* preprocessorInfoString(const char* name);
+    const char* encryptionInfoString(const char* name);
 
     const KxcCFLDirectoryEntry* getFirstEntry() const { return entries; } ///< of the merged list
 
@@ -35,24 +62,89 @@ public:
 
 protected:
     KxcCFL();
-    KxcCFLDirectoryEntry* findEntry(const char* name);
+    KxcCFLDirectoryEntry* findEntry(const char* name) const;
+    INT32 addLibrary(KxcFile* file, const char* name, bool& merged);
+    bool mergeEntry(KxcCFLDirectoryEntry* entry);
+    bool growIndex();
 
-    KxcCFLLibrary* libraries;      // owned, newest first
-    KxcCFLDirectoryEntry* entries; // owned: the merged list
+    KxcCFLLibrary* libraries;       // owned, newest first
+    KxcCFLDirectoryEntry* entries;  // owned: the merged list
+    KxcCFLDirectoryEntry** index;   // owned: buckets of entries, chained in nextInBucket
+    UINT32 bucketCount, entryCount; // buckets: a power of two, or 0
 };
 
-/// A name in the merged list.
-class KXC_API KxcCFLDirectoryEntry
+/// One archive that was opened.
+class KXC_API KxcCFLLibrary
 {
 public:
-    const char* getName() const { return name; }
-    const KxcCFLDirectoryEntry* getNext() const { return next; }
+    KxcFile* open();           ///< the archive's file; null when it is gone, or lies in this very archive
+    void close(KxcFile* file); ///< gives it back
+
+    KxcCFLLibrary(const KxcCFLLibrary&) = delete;
+    KxcCFLLibrary& operator=(const KxcCFLLibrary&) = delete;
 
 protected:
     friend class KxcCFL;
-    KxcCFLDirectoryEntry() = default;
-    ~KxcCFLDirectoryEntry() = default;
+    KxcCFLLibrary();
+    ~KxcCFLLibrary();
 
-    char* name = nullptr; // owned
-    KxcCFLDirectoryEntry* next = nullptr;
+    KxcFile* keptFile;   // owned; null for an archive that is opened by name
+    char* filename;      // owned; null for a kept file
+    INT32 start;         // of the archive in its file, in bytes
+    bool opening;        // while open() looks for the file
+    KxcCFLLibrary* next; // older
+};
+
+/// An entry of an archive; its record in the stored directory takes 14 bytes and the name.
+class KXC_API KxcCFLDirectoryEntry
+{
+public:
+    void store(INT8* buffer, INT32& position) const; ///< writes the record and moves the position behind it
+    static KxcCFLDirectoryEntry* restore(const INT8* buffer, INT32& position); ///< null when memory runs out
+    INT32 byteRequirement() const;                                             ///< of the record
+    INT32 equals(const char* otherName, INT32 otherHash) const;
+    static INT32 calcHash(const char* text);
+    void replaceEntry(KxcCFLDirectoryEntry* newer); ///< takes over all but the place in the list, and deletes it
+
+    const char* getName() const { return name; }
+    const KxcCFLDirectoryEntry* getNext() const { return next; }
+
+    KxcCFLDirectoryEntry(const KxcCFLDirectoryEntry&) = delete;
+    KxcCFLDirectoryEntry& operator=(const KxcCFLDirectoryEntry&) = delete;
+
+protected:
+    friend class KxcCFL;
+    KxcCFLDirectoryEntry();
+    ~KxcCFLDirectoryEntry();
+
+    char* name; // owned
+    UINT32 filterWord;
+    UINT32 size;   // decoded, in bytes
+    UINT32 offset; // of the stored bytes' length word, from the archive's start
+    INT32 hash;    // calcHash of the name
+    KxcCFLLibrary* library;
+    KxcCFLDirectoryEntry* next;
+    KxcCFLDirectoryEntry* nextInBucket;
+};
+
+/// A block of stored bytes: in a file, a 32-bit length and the bytes.
+class KXC_API KxcCFLResource
+{
+public:
+    /// Takes the bytes over: the destructor releases them with delete[].
+    KxcCFLResource(INT8* bytes, UINT32 byteCount) : length(byteCount), data(bytes) {}
+    ~KxcCFLResource();
+    static KxcCFLResource* load(KxcFile* file); ///< from the position; null when the file or the memory ends before
+    INT32 save(KxcFile* file) const;            ///< 1, or 0
+
+    UINT32 getLength() const { return length; }
+    const INT8* getData() const { return data; }
+
+    KxcCFLResource(const KxcCFLResource&) = delete;
+    KxcCFLResource& operator=(const KxcCFLResource&) = delete;
+
+protected:
+    friend class KxcCFLResourceFilter;
+    UINT32 length;
+    INT8* data; // owned
 };

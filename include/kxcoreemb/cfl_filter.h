@@ -1,0 +1,76 @@
+// cfl_filter.h - the filters between an archive entry's bytes and what is stored of them.
+//
+// A filter word names an entry's filters: bits 0-15 the compression, bits 16-23 the preprocessor, bits 24-31 the
+// cipher. A filter's id is its part of the word, in place: 0x00000001, 0x00010000, 0x01000000. Writing runs
+// preprocessor, compression, cipher; reading the reverse.
+#pragma once
+
+#include <kxcoreemb/base.h>
+
+class KxcCFLResource;
+
+/// Receives the registered filters from KxcCFLResourceFilter::enumerateHandlers.
+class KXC_API KxcCFLEnumerator
+{
+public:
+    virtual void handlerFound(UINT32 id, const char* infoString, const char* shortName) = 0;
+
+protected:
+    ~KxcCFLEnumerator() = default;
+};
+
+/// A filter; constructing one registers it. A game derives its own ciphers, preprocessors and compressors.
+///
+/// Ownership  whoever made the filter owns it, and keeps it until the core is gone: there is no way to unregister one.
+/// Failure    a step that gives no bytes has failed, and so has a word that names a filter which is not registered.
+/// Threads    the frame thread only.
+class KXC_API KxcCFLResourceFilter
+{
+public:
+    /// The writing direction. @param out  receives a new[] buffer, or null on failure; the input stays the caller's
+    virtual void process(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) = 0;
+    virtual void reverseProcess(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) = 0; ///< the reading one
+
+protected:
+    virtual void setCipherKey(void* key); ///< in a form of the cipher's own; the base ignores it
+
+public:
+    virtual ~KxcCFLResourceFilter();
+
+    /// Compression 0xFFFF stands for the registered filter that gives the fewest bytes.
+    /// @param filterWord  receives the compression that was chosen  @return null on failure
+    static KxcCFLResource* handle(const INT8* data, UINT32 length, UINT32& filterWord);
+    /// @param length  receives the bytes decoded  @return a new[] buffer, or null
+    static INT8* unhandle(const KxcCFLResource* resource, UINT32 filterWord, UINT32& length);
+    static INT8* unhandle(const KxcCFLResource* resource, UINT32 filterWord);
+
+    static const char* handlerShortName(UINT32 id);  ///< "best" for 0xFFFF, "Unknown" for an id that nobody has
+    static const char* handlerInfoString(UINT32 id); ///< likewise
+    static void enumerateHandlers(KxcCFLEnumerator* enumerator); ///< newest first
+    static void enableHandler(UINT32 id, INT32 isEnabled);       ///< a mark for tools: nothing here heeds it
+    static void setKey(UINT32 id, void* key);
+
+    KxcCFLResourceFilter(const KxcCFLResourceFilter&) = delete;
+    KxcCFLResourceFilter& operator=(const KxcCFLResourceFilter&) = delete;
+
+protected:
+    /// @param info, name  one line and one word on the filter; not copied
+    KxcCFLResourceFilter(UINT32 filterId, const char* info, const char* name);
+    static void registerHandler(KxcCFLResourceFilter* filter); ///< called last by every filter's constructor
+    static KxcCFLResourceFilter* findHandler(UINT32 id);       ///< the newest with that id
+
+    const char* infoString;
+    const char* shortName;
+    INT32 enabled; // 1
+    UINT32 id;
+    KxcCFLResourceFilter* next; // older
+};
+
+/// Id 0, always registered: the bytes as they are.
+class KXC_API KxcCFLFilterNone : public KxcCFLResourceFilter
+{
+public:
+    KxcCFLFilterNone();
+    void process(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override;
+    void reverseProcess(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override;
+};
