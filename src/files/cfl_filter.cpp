@@ -120,6 +120,8 @@ KxcCFLResource* KxcCFLResourceFilter::handle(const INT8* data, UINT32 length, UI
         findHandler(0);
         for (KxcCFLResourceFilter* filter = newest; filter; filter = filter->next)
         {
+            if (filter->id >= kBest) // ciphers and preprocessors are no compressors: their ids do not fit the word
+                continue;
             INT8* out = nullptr;
             UINT32 outLength = 0;
             filter->process(passing.bytes, &out, passing.length, outLength);
