@@ -1,0 +1,20 @@
+// failing_new.cpp - replaces the operator new that reports failure by null, which is the one the library uses.
+
+#include "support/failing_new.h"
+
+#include <new>
+
+static int s_successesLeft = -1;
+
+void failAllocationAfter(int successes) { s_successesLeft = successes; }
+
+static bool fails() { return s_successesLeft >= 0 && s_successesLeft-- == 0; }
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return fails() ? nullptr : ::operator new(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    return fails() ? nullptr : ::operator new[](size);
+}

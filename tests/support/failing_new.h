@@ -1,0 +1,5 @@
+// failing_new.h - lets an allocation of the library fail. Programs that use it list support/failing_new.cpp.
+#pragma once
+
+/// The allocation after the next `successes` ones returns null, once; below 0 none does.
+void failAllocationAfter(int successes);
