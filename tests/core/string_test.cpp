@@ -1,7 +1,6 @@
 // string_test.cpp - matching against plain models, comparisons, copies, number parsing.
 #include <kxcoreemb/string_toolkit.h>
 
-#include <clocale>
 #include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -181,15 +180,4 @@ TEST(NumberParsing, RefusesWhatIsNoNumberAndSurvivesHugeExponents)
     EXPECT_EQ(Strings::toFLOAT32("-1e-99999999999999999999", nullptr), 0.0f);
     EXPECT_EQ(Strings::toFLOAT32(("1" + std::string(5000, '0') + "e-5000").c_str(), nullptr), 1.0f);
     EXPECT_EQ(Strings::toFLOAT32(nullptr, nullptr), 0.0f);
-}
-
-TEST(NumberParsing, DoesNotFollowTheProgramsLocale)
-{
-    if (!setlocale(LC_ALL, "de_DE.UTF-8"))
-        GTEST_SKIP() << "no locale with a decimal comma here";
-    char text[8];
-    Strings::format(text, sizeof text, "%.1f", 1.5);
-    EXPECT_STREQ(text, "1.5");
-    EXPECT_EQ(Strings::toFLOAT32("1.5", nullptr), 1.5f);
-    setlocale(LC_ALL, "C");
 }

@@ -2,6 +2,7 @@
 #include "files/file_support.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 
 typedef std::vector<std::string> Names;
@@ -138,6 +139,20 @@ TEST_F(Files, ThatExistInAnotherCaseAreTheSameFile)
     EXPECT_EQ(onDisk("Save/Three"), "2");
     EXPECT_EQ(KxcFile::remove("SAVE/THREE"), 0);
     EXPECT_EQ(KxcFile::remove("SAVE/THREE"), -1);
+}
+
+TEST_F(Files, AppearAndVanishAlthoughFolderListingsAreKept)
+{
+    for (INT32 round = 0; round < 3; ++round)
+    {
+        // A folder that has rested for an hour, so that its listing is kept.
+        std::filesystem::last_write_time(root, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+        EXPECT_EQ(content("FILE", KXCFILE_DISK_ONLY), "-");
+        EXPECT_EQ(content("FILE", KXCFILE_DISK_ONLY), "-");
+        put("file", "x");
+        EXPECT_EQ(content("FILE", KXCFILE_DISK_ONLY), "x");
+        EXPECT_EQ(KxcFile::remove("FILE"), 0);
+    }
 }
 
 struct PathMaker : KxcFile

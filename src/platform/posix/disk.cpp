@@ -2,13 +2,18 @@
 //
 // Games are written against a disk that takes "\" between folders and finds a file in whatever case it is asked for.
 // resolve() brings that here: the exact spelling wins; where it does not exist, each component is looked for in its
-// folder without regard to the case of 'A'..'Z'. Only a miss pays for reading folders.
+// folder without regard to the case of 'A'..'Z'. Only a miss pays for that; since a game whose files lie in archives
+// misses with every file it opens, the listings of the last few folders are kept for as long as the folders stay as
+// they are.
 #include "platform/platform.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <dirent.h>
 #include <new>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -33,23 +38,96 @@ static bool equalsIgnoringCase(const char* a, const char* b)
     }
 }
 
+/// A folder's names, one after the other, each with its terminator.
+struct Listing
+{
+    char* names; // null for an unused one
+    size_t length;
+    dev_t device; // these three tell whether it still holds
+    ino_t inode;
+    timespec modified;
+    bool settled; // false when the folder had just changed: it may change again within its clock's resolution
+};
+
+static const INT32 kListings = 8;
+static Listing listings[kListings];
+static INT32 oldestListing;
+static pthread_mutex_t listingsLock = PTHREAD_MUTEX_INITIALIZER;
+
+static bool readListing(const char* folder, Listing& listing)
+{
+    free(listing.names);
+    listing.names = nullptr;
+    listing.length = 0;
+    DIR* directory = opendir(folder);
+    if (!directory)
+        return false;
+    size_t room = 0;
+    while (const dirent* entry = readdir(directory))
+    {
+        const size_t length = strlen(entry->d_name) + 1;
+        if (listing.length + length > room)
+        {
+            room = room * 2 + 4096; // more than any name
+            char* larger = static_cast<char*>(realloc(listing.names, room));
+            if (!larger)
+            {
+                free(listing.names); // half a folder is worse than none
+                listing.names = nullptr;
+                break;
+            }
+            listing.names = larger;
+        }
+        memcpy(listing.names + listing.length, entry->d_name, length);
+        listing.length += length;
+    }
+    closedir(directory);
+    return listing.names != nullptr;
+}
+
+/// The listing of a folder as it is now; null when it cannot be read. Called with listingsLock held.
+static const Listing* listingOf(const char* folder)
+{
+    struct stat status;
+    if (stat(folder, &status) != 0)
+        return nullptr;
+    Listing* listing = nullptr;
+    for (Listing& kept : listings)
+        if (kept.names && kept.device == status.st_dev && kept.inode == status.st_ino)
+            listing = &kept;
+    if (listing && listing->settled && listing->modified.tv_sec == status.st_mtim.tv_sec &&
+        listing->modified.tv_nsec == status.st_mtim.tv_nsec)
+        return listing;
+    if (!listing)
+    {
+        listing = &listings[oldestListing];
+        oldestListing = (oldestListing + 1) % kListings;
+    }
+    const time_t coarsestClock = 2; // seconds, on FAT
+    listing->device = status.st_dev;
+    listing->inode = status.st_ino;
+    listing->modified = status.st_mtim;
+    listing->settled = time(nullptr) - status.st_mtim.tv_sec > coarsestClock;
+    return readListing(folder, *listing) ? listing : nullptr;
+}
+
 /// Respells the last component, which begins at `component`, as the folder before it does. False when it has none.
 static bool respell(char* path, char* component)
 {
+    pthread_mutex_lock(&listingsLock);
     const char first = *component;
     *component = 0;
-    DIR* directory = opendir(path[0] ? path : ".");
+    const Listing* listing = listingOf(path[0] ? path : ".");
     *component = first;
-    if (!directory)
-        return false;
     bool found = false;
-    while (const dirent* entry = found ? nullptr : readdir(directory))
-        if (equalsIgnoringCase(entry->d_name, component))
+    const char* end = listing ? listing->names + listing->length : nullptr;
+    for (const char* name = listing ? listing->names : nullptr; name != end && !found; name += strlen(name) + 1)
+        if (equalsIgnoringCase(name, component))
         {
-            memcpy(component, entry->d_name, strlen(component));
+            memcpy(component, name, strlen(name));
             found = true;
         }
-    closedir(directory);
+    pthread_mutex_unlock(&listingsLock);
     return found;
 }
 
