@@ -1,7 +1,7 @@
 // sdl2_host.cpp - the desktop window: SDL's events as window messages, and the frame copied to the window's surface.
 //
-// The window's own surface rather than a renderer: a picture this small is on the screen sooner by one copy than by way
-// of a GPU, no driver's vertical sync gets into the loop, and it works on every display, remote and virtual ones too.
+// The window's own surface rather than a renderer: for a picture this small one copy beats the way through a GPU, no
+// driver's vertical sync gets into the loop, and it works on every display, remote and virtual ones too.
 
 #include "platform/platform.h"
 #include "platform/sdl2/sdl2_keys.h"
@@ -176,6 +176,16 @@ static SDL_Cursor* createUpArrow()
     return SDL_CreateCursor(black, opaque, 16, height, 4, 0);
 }
 
+// Without a display SDL may settle for a driver that draws into memory: right for those who ask for it, no one else.
+static bool hasDisplay()
+{
+    const char* driver = SDL_GetCurrentVideoDriver();
+    if (SDL_strcmp(driver, "offscreen") != 0 || SDL_GetHint(SDL_HINT_VIDEODRIVER))
+        return true;
+    SDL_SetError("there is no display");
+    return false;
+}
+
 static INT32 openWindow(INT32 width, INT32 height, const char* title, INT32 visible)
 {
     Window& w = desktopWindow;
@@ -185,15 +195,18 @@ static INT32 openWindow(INT32 width, INT32 height, const char* title, INT32 visi
     SDL_SetHint(SDL_HINT_MOUSE_FOCUS_CLICKTHROUGH, "1");           // the click that activates the window counts
     SDL_SetHint(SDL_HINT_VIDEO_X11_NET_WM_BYPASS_COMPOSITOR, "0"); // a small window is no reason to stop it
     w.started = SDL_InitSubSystem(SDL_INIT_VIDEO) == 0;
-    if (w.started)
+    if (w.started && hasDisplay())
         w.window = SDL_CreateWindow(title, SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, width, height,
                                     visible ? SDL_WINDOW_SHOWN : SDL_WINDOW_HIDDEN);
-    if (w.window)
+    // X11 shares memory with the window, which beats the way through its GPU. Others, as Wayland, know only that way.
+    if (w.window && SDL_strcmp(SDL_GetCurrentVideoDriver(), "x11") == 0)
+        SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
+    if (w.window && SDL_GetWindowSurface(w.window)) // made at once: it may take a window of another kind
         w.frame = SDL_CreateRGBSurfaceWithFormatFrom(nullptr, width, height, 16, width * 2, SDL_PIXELFORMAT_RGB565);
     if (!w.frame)
     {
-        std::fprintf(stderr, "kxcoreemb: no window for \"%s\" (%d x %d): %s; is there a display (DISPLAY)?\n", title,
-                     width, height, SDL_GetError());
+        std::fprintf(stderr, "kxcoreemb: no window for \"%s\" (%d x %d): %s; start it on a desktop, or set DISPLAY\n",
+                     title, width, height, SDL_GetError());
         return 0;
     }
     w.cursor = createUpArrow(); // null keeps the display's own
