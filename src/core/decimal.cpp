@@ -5,6 +5,7 @@
 // compared with the exact digits of the points halfway to its neighbours.
 #include "core/decimal.h"
 
+#include <cfloat>
 #include <cstring>
 
 static const UINT32 kBillion = 1000000000;
@@ -148,12 +149,25 @@ FLOAT32 kxcNearestFloat(const char* digits, INT32 count, INT64 point)
         bits = 0;
     else
     {
+        static const double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22}; // exact
         double guess = 0;
-        const INT32 taken = count < 17 ? count : 17;
+        const INT32 taken = count < 15 ? count : 15;
         for (INT32 i = 0; i < taken; ++i)
             guess = guess * 10 + (digits[i] - '0');
-        for (INT64 power = point - taken; power != 0; power += power < 0 ? 1 : -1)
-            guess = power < 0 ? guess / 10 : guess * 10;
+        INT32 steps = 0;
+        for (INT64 power = point - taken; power != 0; ++steps)
+        {
+            const INT64 step = power < -22 ? -22 : power > 22 ? 22 : power;
+            guess = step < 0 ? guess / kPowers[-step] : guess * kPowers[step];
+            power -= step;
+        }
+        // All digits taken and one operation: this is the nearest double, and rounding it once more does no harm unless
+        // it lies halfway between two floats.
+        UINT64 guessBits;
+        memcpy(&guessBits, &guess, sizeof guessBits);
+        if (FLT_EVAL_METHOD == 0 && taken == count && steps <= 1 && (guessBits & 0x1FFFFFFF) != 0x10000000)
+            return static_cast<FLOAT32>(guess);
         const double kLargest = 3.4028234663852886e38;
         const FLOAT32 value = static_cast<FLOAT32>(guess < kLargest ? guess : kLargest);
         memcpy(&bits, &value, sizeof bits);

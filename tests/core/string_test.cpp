@@ -156,7 +156,7 @@ TEST(NumberParsing, ReadsTheNearestFloatWhateverTheNumberOfDigits)
         else
         {
             text = random() % 2 ? "-" : "";
-            text += std::to_string(random()) + "." + std::to_string(random());
+            text += std::to_string(random() >> random() % 64) + "." + std::to_string(random() >> random() % 64);
             text += "e" + std::to_string(static_cast<INT32>(random() % 120) - 75);
         }
         INT32 success = 0;
