@@ -160,10 +160,9 @@ struct Pipeline
         const bool by55X5 = workTarget == KXCSURFACEFORMAT_55X5;
         const bool keyedBy55X5 = by55X5 && convertSource == nullptr;
         inPlace = convertResult == nullptr && (!keyed || keyedBy55X5);
-        if (by55X5)
-            blend = (inPlace && keyed ? kernels.blendKeyed55X5 : kernels.blend55X5)[type];
-        else
-            blend = (workTarget == KXCSURFACEFORMAT_X888 ? kernels.blendX888 : kernels.blendPremul8888)[(type + 1) / 2];
+        const Kernel* to8888 = workTarget == KXCSURFACEFORMAT_X888 ? kernels.blendX888 : kernels.blendPremul8888;
+        const Kernel* to55X5 = inPlace && keyed ? kernels.blendKeyed55X5 : kernels.blend55X5;
+        blend = by55X5 ? to55X5[type] : to8888[(type + 1) / 2];
         // What covers the target completely is not blended: an opaque source comes out of the 8888 families as it is.
         const bool opaque = by55X5 || kxcSurfaceFormats[sourceFormat].alphaMask == 0;
         if (type == KXCBLEND_NONE && opaque && (convertSource || convertResult))
