@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -39,25 +40,15 @@ struct Images : testing::Test
 
 Bytes tga(UINT8 type, UINT16 width, UINT16 height, UINT8 depth, UINT8 descriptor, const Bytes& rest)
 {
-    Bytes bytes = {0,
-                   UINT8(type == 1 || type == 9),
-                   type,
-                   0,
-                   0,
-                   0,
-                   0,
-                   24,
-                   0,
-                   0,
-                   0,
-                   0,
-                   UINT8(width),
-                   UINT8(width >> 8),
-                   UINT8(height),
-                   UINT8(height >> 8),
-                   depth,
-                   descriptor};
-    bytes.insert(bytes.end(), rest.begin(), rest.end());
+    Bytes bytes(18 + rest.size());
+    bytes[1] = type == 1 || type == 9;
+    bytes[2] = type;
+    bytes[7] = 24;
+    bytes[12] = UINT8(width), bytes[13] = UINT8(width >> 8);
+    bytes[14] = UINT8(height), bytes[15] = UINT8(height >> 8);
+    bytes[16] = depth;
+    bytes[17] = descriptor;
+    std::copy(rest.begin(), rest.end(), bytes.begin() + 18);
     return bytes;
 }
 
