@@ -1,0 +1,235 @@
+// game.cpp - loads, plays and draws the showcase.
+#include "game.h"
+
+#include <cstdio>
+#include <initializer_list>
+
+namespace
+{
+
+constexpr INT32 kFrameMs = 16, kLongestStepMs = 100;
+constexpr INT32 kHeroSize = 32, kShadowDrop = 14;
+constexpr INT32 kCellSizes[SHEET_COUNT] = {32, 48};
+
+// Virtual-key codes.
+enum : INT32
+{
+    KEY_RETURN = 13,
+    KEY_ESCAPE = 27,
+    KEY_LEFT = 37,
+    KEY_UP = 38,
+    KEY_RIGHT = 39,
+    KEY_DOWN = 40
+};
+
+constexpr INT32 kButtonSize = 40, kButtonMargin = 6;
+
+/// A screen button: the picture's cell and how it is turned, where it lies (negative: from the right or bottom edge).
+struct Button
+{
+    INT32 key, cell;
+    UINT32 transform;
+    INT32 x, y;
+};
+constexpr Button kButtons[] = {
+    {KEY_LEFT, 0, KXCTRANSFORM_ROTATE90, kButtonMargin, -86},
+    {KEY_RIGHT, 0, KXCTRANSFORM_ROTATE270, kButtonMargin + 80, -86},
+    {KEY_UP, 0, 0, kButtonMargin + 40, -126},
+    {KEY_DOWN, 0, KXCTRANSFORM_ROTATE180, kButtonMargin + 40, -46},
+    {KEY_RETURN, 1, 0, -46, -86},
+};
+
+KxcRectangle buttonRectangle(const Button& button)
+{
+    const INT32 x = button.x < 0 ? KxcCore::getDeviceWidth() + button.x : button.x;
+    const INT32 y = button.y < 0 ? KxcCore::getDeviceHeight() + button.y : button.y;
+    return {x, y, kButtonSize, kButtonSize};
+}
+
+bool onButton(INT32 x, INT32 y)
+{
+    for (const Button& button : kButtons)
+    {
+        const KxcRectangle r = buttonRectangle(button);
+        if (x >= r.x && y >= r.y && x <= r.x + r.width && y <= r.y + r.height)
+            return true;
+    }
+    return false;
+}
+
+KxcRectangle cellOf(INT32 cell, INT32 size) { return {cell * size, 0, size, size}; }
+
+INT32 whole(KxcFixed value) { return static_cast<INT32>(value); }
+
+} // namespace
+
+Game::Game(INT32 fixedStepMs) : m_fixedStepMs(fixedStepMs), m_gl(KxcGL::create(0, 0))
+{
+    m_tiles = loadPicture("data/tiles.tga", KXCSURFACEFORMAT_55X5);
+    m_sheets[SHEET_GEMS] = loadPicture("data/gems.pcx", KXCSURFACEFORMAT_55X5);
+    m_sheets[SHEET_LIGHTS] = loadPicture("data/lights.tga", KXCSURFACEFORMAT_PREMUL8888);
+    m_hero = loadPicture("data/hero.tga", KXCSURFACEFORMAT_PREMUL8888);
+    m_pad = loadPicture("data/pad.tga", KXCSURFACEFORMAT_PREMUL8888);
+    m_ready = m_gl && m_tiles && m_sheets[SHEET_GEMS] && m_sheets[SHEET_LIGHTS] && m_hero && m_pad;
+    if (!m_ready)
+        return;
+    m_sheets[SHEET_GEMS]->setColorKey(0xFF00FF);
+    m_sheets[SHEET_GEMS]->enableColorKey(1);
+    addButtons();
+    KxcCore::setRenderer(this);
+    KxcCore::setController(this);
+}
+
+Game::Surface Game::loadPicture(const char* name, INT32 format)
+{
+    Surface surface(KxcImageLoader::load(name, format));
+    if (!surface)
+        std::fprintf(stderr, "showcase: %s is missing or damaged; build the project again\n", name);
+    return surface;
+}
+
+void Game::addButtons()
+{
+    for (const Button& button : kButtons)
+        KxcCore::addScreenButton(buttonRectangle(button), button.key);
+}
+
+void Game::onTick()
+{
+    INT32 step = m_fixedStepMs;
+    if (step == 0)
+    {
+        // On a desktop, time passes by itself; rest when the frame was quick.
+        const INT32 passed = KxcCore::getTick() - m_lastTick;
+        if (passed < kFrameMs)
+            KxcCore::sleep(kFrameMs - passed);
+        const INT32 now = KxcCore::getTick();
+        step = now - m_lastTick < kLongestStepMs ? now - m_lastTick : kLongestStepMs;
+        m_lastTick = now;
+    }
+    const auto direction = [this](INT32 less, INT32 more) { return (m_held[more] > 0) - (m_held[less] > 0); };
+    m_world.advance(step, direction(KXCCTRL_LEFT - KXCCTRL_LEFT, KXCCTRL_RIGHT - KXCCTRL_LEFT),
+                    direction(KXCCTRL_UP - KXCCTRL_LEFT, KXCCTRL_DOWN - KXCCTRL_LEFT));
+}
+
+void Game::onKeyDown(INT32 code)
+{
+    if (code == KEY_ESCAPE)
+        KxcCore::quit();
+}
+
+void Game::onControlDown(INT32 code)
+{
+    if (code >= KXCCTRL_LEFT && code <= KXCCTRL_DOWN)
+        m_held[code - KXCCTRL_LEFT] = 1;
+    if (code == KXCCTRL_BUTTON1)
+        m_world.burst();
+}
+
+void Game::onControlUp(INT32 code)
+{
+    if (code >= KXCCTRL_LEFT && code <= KXCCTRL_DOWN)
+        m_held[code - KXCCTRL_LEFT] = 0;
+}
+
+void Game::onPointerDown(INT32 x, INT32 y)
+{
+    if (!onButton(x, y))
+        m_world.flyTo(KxcFixed(m_left + x), KxcFixed(m_top + y));
+}
+
+void Game::onPointerMove(INT32 x, INT32 y) { onPointerDown(x, y); }
+
+void Game::render()
+{
+    KxcGLSurface* screen = m_gl->getSecondary();
+    m_left = whole(m_world.heroX()) - screen->getWidth() / 2;
+    m_top = whole(m_world.heroY()) - screen->getHeight() / 2;
+    drawGround(screen);
+    drawThings(screen);
+    drawHero(screen);
+    drawButtons(screen);
+    drawPanel(screen);
+}
+
+void Game::drawGround(KxcGLSurface* screen)
+{
+    constexpr INT32 kTile = World::kTile;
+    const INT32 firstX = m_left >> 4, firstY = m_top >> 4; // tiles of 16 pixels
+    static_assert(kTile == 16, "shifted above");
+    for (INT32 y = firstY; y * kTile < m_top + screen->getHeight(); ++y)
+        for (INT32 x = firstX; x * kTile < m_left + screen->getWidth(); ++x)
+            screen->drawImage(
+                m_tiles.get(), x * kTile - m_left, y * kTile - m_top,
+                KxcRectangle{m_world.ground(x, y) * kTile, m_world.groundVariant(x, y) * kTile, kTile, kTile});
+}
+
+void Game::drawThings(KxcGLSurface* screen)
+{
+    const INT32 centreX = screen->getWidth() / 2, centreY = screen->getHeight() / 2;
+    for (INT32 i = 0; i < World::kThings; ++i)
+    {
+        const Thing& thing = m_world.things()[i];
+        if (thing.taken)
+            continue;
+        const INT32 x = centreX + whole(m_world.toThingX(thing)) - thing.size / 2;
+        const INT32 y = centreY + whole(m_world.toThingY(thing)) - thing.size / 2;
+        screen->drawImageTransformBlend(m_sheets[thing.sheet].get(), x, y, cellOf(thing.cell, kCellSizes[thing.sheet]),
+                                        thing.size, thing.size, thing.blend, thing.value, thing.transform);
+    }
+}
+
+void Game::drawHero(KxcGLSurface* screen)
+{
+    static constexpr UINT32 kTurns[] = {0, KXCTRANSFORM_ROTATE90, KXCTRANSFORM_ROTATE180, KXCTRANSFORM_ROTATE270};
+    const UINT32 turn = kTurns[m_world.heading()];
+    const INT32 x = (screen->getWidth() - kHeroSize) / 2, y = (screen->getHeight() - kHeroSize) / 2;
+    screen->drawImageTransformBlend(m_hero.get(), x + kShadowDrop, y + kShadowDrop, cellOf(1, kHeroSize), KXCBLEND_NONE,
+                                    0, turn);
+    const INT32 glow = kHeroSize * 3;
+    screen->drawImageBlend(m_sheets[SHEET_LIGHTS].get(), x - kHeroSize, y - kHeroSize, cellOf(0, 48), glow, glow,
+                           KXCBLEND_ADD, 70);
+    screen->drawImageTransformBlend(m_hero.get(), x, y, cellOf(0, kHeroSize), KXCBLEND_NONE, 0, turn);
+}
+
+void Game::drawButtons(KxcGLSurface* screen)
+{
+    for (const Button& button : kButtons)
+    {
+        const KxcRectangle r = buttonRectangle(button);
+        screen->drawImageTransformBlend(m_pad.get(), r.x, r.y, cellOf(button.cell, kButtonSize), KXCBLEND_ALPHA, 200,
+                                        button.transform);
+    }
+}
+
+/// The score as a row of gems, and a radar with a line to the nearest thing.
+void Game::drawPanel(KxcGLSurface* screen)
+{
+    constexpr INT32 kMargin = 6, kRow = 16, kGems = 10, kRadar = 56, kRadarScale = World::kAirSize / kRadar + 1;
+    screen->drawFilledRect(kMargin, kMargin, kGems * kRow + 8, kRow + 8, 0x90101828);
+    for (INT32 i = 0; i < m_world.score() && i < kGems; ++i)
+        screen->drawImage(m_sheets[SHEET_GEMS].get(), kMargin + 4 + i * kRow, kMargin + 4, cellOf(2, 32), kRow, kRow);
+
+    const INT32 left = screen->getWidth() - kRadar - kMargin, centreX = left + kRadar / 2,
+                centreY = kMargin + kRadar / 2;
+    screen->drawFilledRect(left, kMargin, kRadar, kRadar, 0x90101828);
+    KxcFixed nearestX(0), nearestY(0), nearest(World::kWorldSize);
+    for (INT32 i = 0; i < World::kThings; ++i)
+    {
+        const Thing& thing = m_world.things()[i];
+        if (thing.taken || thing.sheet != SHEET_GEMS)
+            continue;
+        const KxcFixed x = m_world.toThingX(thing) / kRadarScale;
+        const KxcFixed y = m_world.toThingY(thing) / kRadarScale;
+        screen->drawFilledRect(centreX + whole(x), centreY + whole(y), 1, 1, 0xFFFFD860);
+        const KxcFixed far = (x < KxcFixed(0) ? -x : x) + (y < KxcFixed(0) ? -y : y);
+        if (far < nearest)
+            nearest = far, nearestX = x, nearestY = y;
+    }
+    screen->drawAALine(KxcFixed(centreX), KxcFixed(centreY), KxcFixed(centreX) + nearestX, KxcFixed(centreY) + nearestY,
+                       0x60FF90);
+    const KxcFixed right(left + kRadar - 1), bottom(kMargin + kRadar - 1), top(kMargin), x(left);
+    for (const auto& edge : {KxcVector4{x, top, right, top}, KxcVector4{x, bottom, right, bottom},
+                             KxcVector4{x, top, x, bottom}, KxcVector4{right, top, right, bottom}})
+        screen->drawLine(edge.x, edge.y, edge.z, edge.w, 0xA0FFFFFF);
+}
