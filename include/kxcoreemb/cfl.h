@@ -64,8 +64,9 @@ protected:
     KxcCFL();
     KxcCFLDirectoryEntry* findEntry(const char* name) const;
     INT32 addLibrary(KxcFile* file, const char* name, bool& merged);
-    bool mergeEntry(KxcCFLDirectoryEntry* entry);
-    bool growIndex();
+    KxcCFLDirectoryEntry* findEntry(const char* name, INT32 hash) const;
+    void mergeEntry(KxcCFLDirectoryEntry* entry);
+    bool growIndex(UINT32 wanted);
 
     KxcCFLLibrary* libraries;       // owned, newest first
     KxcCFLDirectoryEntry* entries;  // owned: the merged list

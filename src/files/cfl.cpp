@@ -72,18 +72,19 @@ void storeBytes(INT8* to, UINT32 value, INT32 count)
         to[i] = static_cast<INT8>(static_cast<UINT8>(value));
 }
 
-/// Whether the records fill the directory exactly, and their sizes are such as files can have.
-bool recordsFit(const INT8* directory, UINT32 size)
+/// How many records there are; 0 unless they fill the directory exactly, with sizes such as files can have.
+UINT32 countRecords(const INT8* directory, UINT32 size)
 {
-    UINT32 position = 0;
+    UINT32 position = 0, count = 0;
     while (size - position >= 14)
     {
         const UINT32 record = 14 + loadBytes(directory + position + 12, 2);
         if (record > size - position || loadBytes(directory + position, 4) > kLargest)
-            return false;
+            return 0;
         position += record;
+        ++count;
     }
-    return position == size;
+    return position == size ? count : 0;
 }
 } // namespace
 
@@ -313,7 +314,10 @@ INT32 KxcCFL::addLibrary(KxcFile* file, const char* name, bool& merged)
     INT8* directory = KxcCFLResourceFilter::unhandle(stored, filterWord, decodedSize);
     delete stored;
     KxcCFLLibrary* library = nullptr;
-    if (directory && decodedSize == directorySize && directorySize <= kLargest && recordsFit(directory, directorySize))
+    UINT32 records = 0;
+    if (directory && decodedSize == directorySize && directorySize <= kLargest)
+        records = countRecords(directory, directorySize);
+    if (records > 0 && growIndex(entryCount + records))
         library = new (std::nothrow) KxcCFLLibrary;
     if (library && name && !(library->filename = KxcStringToolkit::copy(name)))
     {
@@ -331,29 +335,26 @@ INT32 KxcCFL::addLibrary(KxcFile* file, const char* name, bool& merged)
     libraries = library;
 
     merged = true;
-    for (INT32 position = 0; merged && position < static_cast<INT32>(directorySize);)
+    for (INT32 position = 0; merged && records > 0; --records)
     {
         KxcCFLDirectoryEntry* entry = KxcCFLDirectoryEntry::restore(directory, position);
-        if (entry)
-            entry->library = library;
-        merged = entry && mergeEntry(entry);
+        merged = entry != nullptr;
+        if (!entry)
+            continue;
+        entry->library = library;
+        mergeEntry(entry);
     }
     delete[] directory;
     return 1;
 }
 
-/// Puts an entry into the list, which owns it from then on. False, with the entry gone, when memory runs out.
-bool KxcCFL::mergeEntry(KxcCFLDirectoryEntry* entry)
+/// Puts an entry into the list, which owns it from then on; the index has room for it.
+void KxcCFL::mergeEntry(KxcCFLDirectoryEntry* entry)
 {
-    if (KxcCFLDirectoryEntry* older = findEntry(entry->name))
+    if (KxcCFLDirectoryEntry* older = findEntry(entry->name, entry->hash))
     {
         older->replaceEntry(entry);
-        return true;
-    }
-    if (entryCount == bucketCount && !growIndex())
-    {
-        delete entry;
-        return false;
+        return;
     }
     entry->next = entries;
     entries = entry;
@@ -361,12 +362,16 @@ bool KxcCFL::mergeEntry(KxcCFLDirectoryEntry* entry)
     entry->nextInBucket = bucket;
     bucket = entry;
     ++entryCount;
-    return true;
 }
 
-bool KxcCFL::growIndex()
+/// Makes room for so many entries, at one a bucket. False, with nothing changed, when memory runs out.
+bool KxcCFL::growIndex(UINT32 wanted)
 {
-    const UINT32 larger = bucketCount ? bucketCount * 2 : 64;
+    UINT32 larger = bucketCount ? bucketCount : 64;
+    while (larger < wanted)
+        larger *= 2;
+    if (larger == bucketCount)
+        return true;
     KxcCFLDirectoryEntry** buckets = new (std::nothrow) KxcCFLDirectoryEntry*[larger]();
     if (!buckets)
         return false;
@@ -386,9 +391,11 @@ bool KxcCFL::growIndex()
 
 KxcCFLDirectoryEntry* KxcCFL::findEntry(const char* name) const
 {
-    if (!name || !index)
-        return nullptr;
-    const INT32 hash = KxcCFLDirectoryEntry::calcHash(name);
+    return name && index ? findEntry(name, KxcCFLDirectoryEntry::calcHash(name)) : nullptr;
+}
+
+KxcCFLDirectoryEntry* KxcCFL::findEntry(const char* name, INT32 hash) const
+{
     KxcCFLDirectoryEntry* entry = index[bucketOf(hash, bucketCount)];
     while (entry && !entry->equals(name, hash))
         entry = entry->nextInBucket;
