@@ -134,35 +134,27 @@ constexpr UINT32 forEachColor(UINT32 s, UINT32 d, F f)
            (f(s & 0xFF, d & 0xFF) & 0xFF);
 }
 
-/// s x v + d x k with each product divided by 255, for all four channels at once.
-constexpr UINT32 addScaled8888(UINT32 s, UINT32 v, UINT32 d, UINT32 k)
-{
-    const UINT32 redBlue = scalePair(s & kPairMask, v) + scalePair(d & kPairMask, k);
-    const UINT32 alphaGreen = scalePair(s >> 8 & kPairMask, v) + scalePair(d >> 8 & kPairMask, k);
-    return (redBlue & kPairMask) | (alphaGreen & kPairMask) << 8;
-}
+// The two that sprites with soft edges lean on work on a pixel and on a vector of them alike. They treat the alpha as a
+// fourth channel: s + d (255 - s) / 255 is 255 - (255 - d) (255 - s) / 255, rounded alike.
 
 template <bool kOpaque>
 struct BlendNone8888
 {
-    // The destination's alpha too: s + d (255 - s) / 255 is 255 - (255 - d) (255 - s) / 255, rounded alike.
-    static constexpr UINT32 pixel(UINT32 s, UINT32 d, UINT32)
+    template <class P>
+    static constexpr P pixel(P s, P d, P)
     {
-        const UINT32 k = 255 - (s >> 24);
-        const UINT32 redBlue = (s & kPairMask) + scalePair(d & kPairMask, k);
-        const UINT32 alphaGreen = (s >> 8 & kPairMask) + scalePair(d >> 8 & kPairMask, k);
-        const UINT32 result = (redBlue & kPairMask) | (alphaGreen & kPairMask) << 8;
-        return kOpaque ? result | 0xFF000000 : result;
+        return addChannels(s, scaleChannels(d, 255 - (s >> 24))) | (kOpaque ? 0xFF000000 : 0);
     }
 };
 
 template <bool kOpaque>
 struct BlendAlpha8888
 {
-    static constexpr UINT32 pixel(UINT32 s, UINT32 d, UINT32 v)
+    template <class P>
+    static constexpr P pixel(P s, P d, P v)
     {
-        const UINT32 result = addScaled8888(s, v, d, 255 - divide255((s >> 24) * v));
-        return kOpaque ? result | 0xFF000000 : result;
+        const P scaled = scaleChannels(s, v);
+        return addChannels(scaled, scaleChannels(d, 255 - (scaled >> 24))) | (kOpaque ? 0xFF000000 : 0);
     }
 };
 

@@ -49,6 +49,28 @@ constexpr UINT32 resizeChannel(UINT32 c)
         return c >> (kFrom - kTo);
 }
 
+/// A channel in its place in another format: one shift and one mask, and the same again for the bits that repeat where
+/// the channel grows. Vector units work twice as fast on this as on fields taken out and put back.
+template <INT32 kSource, INT32 kTarget, PixelChannel kChannel>
+constexpr UINT32 moveChannel(UINT32 p)
+{
+    constexpr UINT32 kFrom = PixelFormat<kSource>::bits(kChannel), kTo = PixelFormat<kTarget>::bits(kChannel);
+    constexpr UINT32 kShift = PixelFormat<kTarget>::shift(kChannel);
+    constexpr UINT32 kKept = kFrom < kTo ? kFrom : kTo, kNew = kTo - kKept;
+    constexpr UINT32 kFromTop = PixelFormat<kSource>::shift(kChannel) + kFrom, kToTop = kShift + kTo;
+    constexpr UINT32 kKeptMask = ((1u << kKept) - 1) << (kToTop - kKept), kNewMask = ((1u << kNew) - 1) << kShift;
+    // The one widening that leaves the new low bits zero is X6X5X5 to 8888.
+    constexpr bool kRepeats = kNew > 0 && !(kSource == KXCSURFACEFORMAT_X6X5X5 && kTarget == KXCSURFACEFORMAT_8888);
+
+    UINT32 moved = (kFromTop >= kToTop ? p >> (kFromTop - kToTop) : p << (kToTop - kFromTop)) & kKeptMask;
+    if constexpr (kRepeats)
+    {
+        constexpr UINT32 kRepeatTop = kFromTop + kFrom; // as if the channel stood once more below itself
+        moved |= (kRepeatTop >= kToTop ? p >> (kRepeatTop - kToTop) : p << (kToTop - kRepeatTop)) & kNewMask;
+    }
+    return moved;
+}
+
 /// c / 255 to the nearest, for 0..65025.
 constexpr UINT32 divide255(UINT32 c) { return (c + 128 + ((c + 128) >> 8)) >> 8; }
 
@@ -60,6 +82,43 @@ constexpr UINT32 scalePair(UINT32 pair, UINT32 factor)
 {
     const UINT32 t = pair * factor + 0x00800080;
     return ((t + ((t >> 8) & kPairMask)) >> 8) & kPairMask;
+}
+
+/// divide255(c * factor) for all four channels.
+constexpr UINT32 scaleChannels(UINT32 p, UINT32 factor)
+{
+    return scalePair(p & kPairMask, factor) | scalePair(p >> 8 & kPairMask, factor) << 8;
+}
+
+/// The sum of each channel; beyond 255 it wraps.
+constexpr UINT32 addChannels(UINT32 a, UINT32 b)
+{
+    return (((a & kPairMask) + (b & kPairMask)) & kPairMask) | (((a & ~kPairMask) + (b & ~kPairMask)) & ~kPairMask);
+}
+
+// The same for several pixels at once, in a better form than compilers find by themselves: 16-bit lanes hold every
+// product and need no masks between them.
+#if defined(__AVX2__)
+constexpr INT32 kVectorBytes = 32;
+#else
+constexpr INT32 kVectorBytes = 16;
+#endif
+typedef UINT32 PixelVector __attribute__((vector_size(kVectorBytes)));
+typedef UINT16 PairVector __attribute__((vector_size(kVectorBytes)));
+typedef UINT8 ChannelVector __attribute__((vector_size(kVectorBytes)));
+
+inline PixelVector scaleChannels(PixelVector p, PixelVector factor)
+{
+    const PairVector both = reinterpret_cast<PairVector>(factor | factor << 16);
+    const PairVector redBlue = reinterpret_cast<PairVector>(p & kPairMask) * both + 128;
+    const PairVector alphaGreen = (reinterpret_cast<PairVector>(p) >> 8) * both + 128;
+    return reinterpret_cast<PixelVector>(((redBlue + (redBlue >> 8)) >> 8) |
+                                         ((alphaGreen + (alphaGreen >> 8)) & 0xFF00));
+}
+
+inline PixelVector addChannels(PixelVector a, PixelVector b)
+{
+    return reinterpret_cast<PixelVector>(reinterpret_cast<ChannelVector>(a) + reinterpret_cast<ChannelVector>(b));
 }
 
 constexpr UINT32 premultiply(UINT32 p)
@@ -102,29 +161,23 @@ constexpr UINT32 convertPixel(UINT32 p)
         return convertPixel<KXCSURFACEFORMAT_8888, kTarget>(unpremultiply(p));
     else if constexpr (kTarget == KXCSURFACEFORMAT_PREMUL8888 && kSource == KXCSURFACEFORMAT_8888)
         return premultiply(p);
-    else if constexpr (kSource == KXCSURFACEFORMAT_X6X5X5 && kTarget == KXCSURFACEFORMAT_8888)
-    {
-        // The one widening that leaves the new low bits zero.
-        return 0xFF000000 | S::template get<kRed>(p) << 19 | S::template get<kGreen>(p) << 10 |
-               S::template get<kBlue>(p) << 3;
-    }
     else
     {
-        const UINT32 color =
-            resizeChannel<S::bits(kRed), T::bits(kRed)>(S::template get<kRed>(p)) << T::shift(kRed) |
-            resizeChannel<S::bits(kGreen), T::bits(kGreen)>(S::template get<kGreen>(p)) << T::shift(kGreen) |
-            resizeChannel<S::bits(kBlue), T::bits(kBlue)>(S::template get<kBlue>(p)) << T::shift(kBlue);
+        const UINT32 color = moveChannel<kSource, kTarget, kRed>(p) | moveChannel<kSource, kTarget, kGreen>(p) |
+                             moveChannel<kSource, kTarget, kBlue>(p);
         if constexpr (!T::kHasAlpha)
             return color;
         else if constexpr (!S::kHasAlpha)
             return color | T::kInfo.alphaMask;
         else
         {
-            const UINT32 alpha = S::template get<kAlpha>(p);
-            if constexpr (kTarget == KXCSURFACEFORMAT_PREMUL8888) // 1 bit of alpha: all or nothing
-                return (color | 0xFF000000) & (0u - alpha);
+            const UINT32 allOrNothing = 0u - S::template get<kAlpha>(p); // of 1 bit of alpha
+            if constexpr (kTarget == KXCSURFACEFORMAT_PREMUL8888)
+                return (color | T::kInfo.alphaMask) & allOrNothing;
+            else if constexpr (S::bits(kAlpha) < T::bits(kAlpha))
+                return color | (T::kInfo.alphaMask & allOrNothing);
             else
-                return color | resizeChannel<S::bits(kAlpha), T::bits(kAlpha)>(alpha) << T::shift(kAlpha);
+                return color | moveChannel<kSource, kTarget, kAlpha>(p);
         }
     }
 }

@@ -32,7 +32,7 @@ Bytes noise()
 
 /// Compares two kernels on blocks of every width at several alignments, with and without gaps between the rows.
 void expectSame(KxcPixelKernels::Kernel chosen, KxcPixelKernels::Kernel base, INT32 sourceBytes, INT32 targetBytes,
-                const char* name, INT32 which, INT32 keyedBytes = 0)
+                const char* name, INT32 which, UINT32 value, INT32 keyedBytes = 0)
 {
     ASSERT_NE(chosen, nullptr) << name << which;
     for (INT32 width = 0; width <= kLongest; ++width)
@@ -52,7 +52,7 @@ void expectSame(KxcPixelKernels::Kernel chosen, KxcPixelKernels::Kernel base, IN
                                              pitchPixels * sourceBytes,
                                              width,
                                              kRows,
-                                             targetBytes == 2 ? 13u : 100u << 24 | 0xC86432,
+                                             value,
                                              0xFFFFFFFF,
                                              keyed.data + shift * keyedBytes,
                                              pitchPixels * keyedBytes};
@@ -83,27 +83,27 @@ TEST(PixelKernels, OfThisMachineEqualThePortableOnesAtEveryLengthAndAlignment)
     {
         for (INT32 target : reference::kFormats)
             expectSame(chosen.convert[source][target], base.convert[source][target], bytesOf(source), bytesOf(target),
-                       "convert to", target);
-        expectSame(chosen.mix[source], base.mix[source], bytesOf(source), bytesOf(source), "mix", source);
+                       "convert to", target, 0);
+        expectSame(chosen.mix[source], base.mix[source], bytesOf(source), bytesOf(source), "mix", source, 0x64C86432);
     }
     for (INT32 type = 0; type < KXCBLEND_COUNT; ++type)
     {
-        expectSame(chosen.blend55X5[type], base.blend55X5[type], 2, 2, "blend 55X5", type);
-        expectSame(chosen.blendKeyed55X5[type], base.blendKeyed55X5[type], 2, 2, "blend keyed 55X5", type);
+        expectSame(chosen.blend55X5[type], base.blend55X5[type], 2, 2, "blend 55X5", type, 13);
+        expectSame(chosen.blendKeyed55X5[type], base.blendKeyed55X5[type], 2, 2, "blend keyed 55X5", type, 13);
     }
     for (INT32 type = 0; type < K::kBlends8888; ++type)
     {
-        expectSame(chosen.blendX888[type], base.blendX888[type], 4, 4, "blend X888", type);
-        expectSame(chosen.blendPremul8888[type], base.blendPremul8888[type], 4, 4, "blend Premul8888", type);
+        expectSame(chosen.blendX888[type], base.blendX888[type], 4, 4, "blend X888", type, 100);
+        expectSame(chosen.blendPremul8888[type], base.blendPremul8888[type], 4, 4, "blend Premul8888", type, 100);
     }
     for (INT32 size : {K::k16, K::k32})
     {
         const INT32 bytes = size == K::k16 ? 2 : 4;
         for (INT32 keyed : {K::k16, K::k32})
-            expectSame(chosen.select[size][keyed], base.select[size][keyed], bytes, bytes, "select", keyed,
+            expectSame(chosen.select[size][keyed], base.select[size][keyed], bytes, bytes, "select", keyed, 0,
                        keyed == K::k16 ? 2 : 4);
-        expectSame(chosen.selectX888[size], base.selectX888[size], bytes, bytes, "select X888", size, 4);
-        expectSame(chosen.fill[size], base.fill[size], bytes, bytes, "fill", size);
+        expectSame(chosen.selectX888[size], base.selectX888[size], bytes, bytes, "select X888", size, 0, 4);
+        expectSame(chosen.fill[size], base.fill[size], bytes, bytes, "fill", size, 0x12345678);
     }
 }
 

@@ -94,15 +94,19 @@ TEST(SurfaceDraw, FillsAndClearsInEveryFormatByTheColorsAlpha)
 {
     for (INT32 format : reference::kFormats)
         for (UINT32 alpha : {0u, 1u, 7u, 8u, 100u, 128u, 200u, 254u, 255u})
-            for (UINT32 rgb : {0x000000u, 0xFFFFFFu, 0xC86432u, 0x123456u})
+            for (UINT32 rgb : {0x000000u, 0xFFFFFFu, 0xC86432u, 0x123457u})
             {
                 const UINT32 color = alpha << 24 | rgb;
                 const Canvas canvas(40, 30, format);
-                canvas.surface->drawFilledRect(-5, 3, 30, 100, color);
+                const bool topRight = rgb & 1; // reaches one pixel over each edge, the other one further
+                if (topRight)
+                    canvas.surface->drawFilledRect(15, -1, 26, 20, color);
+                else
+                    canvas.surface->drawFilledRect(-5, 3, 30, 100, color);
                 const std::vector<UINT32> after = canvas.pixels();
                 for (INT32 i = 0; i < 40 * 30; ++i)
                 {
-                    const bool inside = i % 40 < 25 && i / 40 >= 3;
+                    const bool inside = topRight ? i % 40 >= 15 && i / 40 < 19 : i % 40 < 25 && i / 40 >= 3;
                     const UINT32 old = canvas.before[static_cast<size_t>(i)];
                     ASSERT_EQ(after[static_cast<size_t>(i)], inside ? laidOver(old, color, format, false) : old)
                         << "format " << format << ", pixel " << i << std::hex << ", was " << old << ", color " << color;
