@@ -111,6 +111,16 @@ TEST(PixelBlender, KeepsWhatFullAndNoStrengthPromise)
             EXPECT_EQ(B::blendInvmulFast55X5(0xFFDF, 0, 0), 0u);
         }
     EXPECT_EQ(B::blendAddFast55X5(0xF800, 0x0800, 32), 0xF800u);
+    UINT32 source = ~0u, target = 0;
+    for (INT32 count : {0, -1, INT32_MIN})
+    {
+        B::blendBufferNoneX888(&source, &target, 255, count);
+        B::blendBufferAddPremul8888(&source, &target, 255, count);
+        B::blendBufferNone55X5(&source, &target, 32, count);
+        B::blendBufferAlphaXA55X5(&source, &target, 32, count);
+        B::blendColorToBufferAdd55X5(0xFFDF, &target, 32, count);
+    }
+    EXPECT_EQ(target, 0u);
     EXPECT_EQ(B::blendNoneX888(0, 0x00123456, 0), 0xFF123456u);
 }
 
