@@ -137,7 +137,7 @@ static bool isDigitRow(SDL_Scancode scancode) { return scancode >= SDL_SCANCODE_
 
 UINT32 kxcSDL2VirtualKey(const SDL_Keysym& key)
 {
-    if (key.scancode < 0 || key.scancode >= SDL_NUM_SCANCODES)
+    if (key.scancode >= SDL_NUM_SCANCODES)
         return 0;
     // Shift turns the keypad's digits back into navigation, as it does on the systems these codes come from.
     bool digits = (key.mod & KMOD_NUM) && !(key.mod & KMOD_SHIFT);
