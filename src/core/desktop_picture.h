@@ -10,8 +10,8 @@
 class KxcDesktopPicture
 {
 public:
-    /// Settles the sizes. The skin "kestrix_skin.pcx" is used when it leaves a border of 20 pixels all around; it is
-    /// found as every file of the game is: in the application's folder or in an archive that is open by then.
+    /// Settles the sizes. The skin "kestrix_skin.pcx", looked for in the application's folder as the game's own files
+    /// are, is used when it leaves a border of 20 pixels all around.
     void layOut(INT32 screenWidth, INT32 screenHeight);
     void create(); ///< makes the pixels and fills them with the skin, else with a texture made of random numbers
     void destroy();

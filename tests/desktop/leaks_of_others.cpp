@@ -1,4 +1,4 @@
-// leaks_of_others.cpp - what LeakSanitizer is to pass over: memory that SDL's own libraries keep until the process ends.
+// leaks_of_others.cpp - what LeakSanitizer passes over: memory that SDL's own libraries keep to the end.
 
 extern "C" const char* __lsan_default_suppressions();
 
