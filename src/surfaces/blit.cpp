@@ -273,12 +273,11 @@ private:
             return to;
         };
 
-        Pixels raw = directPixels(x, y);
-        if (!m_direct)
-        {
-            raw = {m_buffers[0], width * bytesOf(s.sourceFormat)};
+        Pixels raw = {m_buffers[0], width * bytesOf(s.sourceFormat)};
+        if (m_direct)
+            raw = directPixels(x, y);
+        else
             sample(m_buffers[0], raw.pitch, y, width, height);
-        }
         Pixels pixels = raw;
         const bool convertsLast = s.convertResult != nullptr;
         if (s.convertSource && (s.blend || convertsLast || s.keyed))

@@ -102,11 +102,11 @@ TEST(SurfaceDraw, FillsAndClearsInEveryFormatByTheColorsAlpha)
                 if (topRight)
                     canvas.surface->drawFilledRect(15, -1, 26, 20, color);
                 else
-                    canvas.surface->drawFilledRect(-5, 3, 30, 100, color);
+                    canvas.surface->drawFilledRect(-5, 1, 30, 100, color);
                 const std::vector<UINT32> after = canvas.pixels();
                 for (INT32 i = 0; i < 40 * 30; ++i)
                 {
-                    const bool inside = topRight ? i % 40 >= 15 && i / 40 < 19 : i % 40 < 25 && i / 40 >= 3;
+                    const bool inside = topRight ? i % 40 >= 15 && i / 40 < 19 : i % 40 < 25 && i / 40 >= 1;
                     const UINT32 old = canvas.before[static_cast<size_t>(i)];
                     ASSERT_EQ(after[static_cast<size_t>(i)], inside ? laidOver(old, color, format, false) : old)
                         << "format " << format << ", pixel " << i << std::hex << ", was " << old << ", color " << color;
