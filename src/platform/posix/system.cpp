@@ -6,11 +6,26 @@
 #include <ctime>
 #include <sys/mman.h>
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
 namespace
 {
 
 // The pages remember their own length in front of what the caller gets; a cache line keeps that aligned.
 constexpr size_t kPageHeader = 64;
+
+/// Tells the leak checker that these pages hold pointers to what is still in use, or that they do no longer.
+void watchPages([[maybe_unused]] void* pages, [[maybe_unused]] size_t length, [[maybe_unused]] bool inUse)
+{
+#if defined(__SANITIZE_ADDRESS__)
+    if (inUse)
+        __lsan_register_root_region(pages, length);
+    else
+        __lsan_unregister_root_region(pages, length);
+#endif
+}
 
 } // namespace
 
@@ -25,6 +40,7 @@ void* kxcPlatformAllocatePages(size_t bytes)
     if (pages == MAP_FAILED)
         return nullptr;
     *static_cast<size_t*>(pages) = length;
+    watchPages(pages, length, true);
     return static_cast<char*>(pages) + kPageHeader;
 }
 
@@ -33,7 +49,9 @@ void kxcPlatformFreePages(void* pages)
     if (!pages)
         return;
     void* start = static_cast<char*>(pages) - kPageHeader;
-    munmap(start, *static_cast<size_t*>(start));
+    const size_t length = *static_cast<size_t*>(start);
+    watchPages(start, length, false);
+    munmap(start, length);
 }
 
 UINT32 kxcPlatformMilliseconds()
