@@ -63,13 +63,13 @@ public:
 protected:
     KxcCFL();
     KxcCFLDirectoryEntry* findEntry(const char* name) const;
-    INT32 addLibrary(KxcFile* file, const char* name, bool& merged);
-    KxcCFLDirectoryEntry* findEntry(const char* name, INT32 hash) const;
+    KxcCFLDirectoryEntry* findEntry(const char* name, UINT32 key) const;
+    INT32 addLibrary(KxcFile* file, const char* name);
     void mergeEntry(KxcCFLDirectoryEntry* entry);
     bool growIndex(UINT32 wanted);
 
     KxcCFLLibrary* libraries;       // owned, newest first
-    KxcCFLDirectoryEntry* entries;  // owned: the merged list
+    KxcCFLDirectoryEntry* entries;  // the merged list; the libraries own the entries
     KxcCFLDirectoryEntry** index;   // owned: buckets of entries, chained in nextInBucket
     UINT32 bucketCount, entryCount; // buckets: a power of two, or 0
 };
@@ -89,25 +89,31 @@ protected:
     KxcCFLLibrary();
     ~KxcCFLLibrary();
 
-    KxcFile* keptFile;   // owned; null for an archive that is opened by name
-    char* filename;      // owned; null for a kept file
-    INT32 start;         // of the archive in its file, in bytes
-    bool opening;        // while open() looks for the file
-    KxcCFLLibrary* next; // older
+    KxcFile* keptFile;             // owned; null for an archive that is opened by name
+    char* filename;                // owned; null for a kept file
+    INT32 start, fileSize;         // of the archive in its file, and of that when it was opened, in bytes
+    bool opening;                  // while open() looks for the file
+    KxcCFLDirectoryEntry* entries; // owned: an array of all entries, also of those that were merged into older ones
+    INT8* names;                   // owned: what was the directory, now the entries' names
+    KxcCFLLibrary* next;           // older
 };
 
 /// An entry of an archive; its record in the stored directory takes 14 bytes and the name.
 class KXC_API KxcCFLDirectoryEntry
 {
 public:
+    ~KxcCFLDirectoryEntry();
     void store(INT8* buffer, INT32& position) const; ///< writes the record and moves the position behind it
-    static KxcCFLDirectoryEntry* restore(const INT8* buffer, INT32& position); ///< null when memory runs out
-    INT32 byteRequirement() const;                                             ///< of the record
+    /// A new entry from a record that is known to be whole; the caller deletes it. Null when memory runs out.
+    static KxcCFLDirectoryEntry* restore(const INT8* buffer, INT32& position);
+    INT32 byteRequirement() const; ///< of the record
     INT32 equals(const char* otherName, INT32 otherHash) const;
     static INT32 calcHash(const char* text);
     void replaceEntry(KxcCFLDirectoryEntry* newer); ///< takes over all but the place in the list, and deletes it
 
     const char* getName() const { return name; }
+    INT32 getSize() const { return static_cast<INT32>(size); } ///< decoded, in bytes
+    UINT32 getFilterWord() const { return filterWord; }        ///< as in cfl_filter.h
     const KxcCFLDirectoryEntry* getNext() const { return next; }
 
     KxcCFLDirectoryEntry(const KxcCFLDirectoryEntry&) = delete;
@@ -115,14 +121,17 @@ public:
 
 protected:
     friend class KxcCFL;
+    friend class KxcCFLMaker;
     KxcCFLDirectoryEntry();
-    ~KxcCFLDirectoryEntry();
+    UINT32 read(const INT8* record);
+    void takeOver(KxcCFLDirectoryEntry& newer);
 
-    char* name; // owned
+    const char* name;
+    char* ownName; // owned: the name; null when it lies in the library's names
     UINT32 filterWord;
     UINT32 size;   // decoded, in bytes
     UINT32 offset; // of the stored bytes' length word, from the archive's start
-    INT32 hash;    // calcHash of the name
+    UINT32 key;    // of the name in KxcCFL's index
     KxcCFLLibrary* library;
     KxcCFLDirectoryEntry* next;
     KxcCFLDirectoryEntry* nextInBucket;
@@ -145,7 +154,10 @@ public:
     KxcCFLResource& operator=(const KxcCFLResource&) = delete;
 
 protected:
+    friend class KxcCFL;
     friend class KxcCFLResourceFilter;
+    static KxcCFLResource* load(KxcFile* file, INT32 fileSize);
+
     UINT32 length;
     INT8* data; // owned
 };

@@ -19,17 +19,21 @@ protected:
     ~KxcCFLEnumerator() = default;
 };
 
-/// A filter; constructing one registers it. A game derives its own ciphers, preprocessors and compressors.
+/// A filter; constructing one with new registers it. A game derives its own ciphers, preprocessors and compressors.
 ///
-/// Ownership  whoever made the filter owns it, and keeps it until the core is gone: there is no way to unregister one.
+/// Ownership  the core owns a filter that was registered, and deletes it when the core goes.
 /// Failure    a step that gives no bytes has failed, and so has a word that names a filter which is not registered.
+///            Without a core nothing is registered: constructing a filter leaves it the caller's.
 /// Threads    the frame thread only.
 class KXC_API KxcCFLResourceFilter
 {
 public:
     /// The writing direction. @param out  receives a new[] buffer, or null on failure; the input stays the caller's
     virtual void process(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) = 0;
-    virtual void reverseProcess(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) = 0; ///< the reading one
+    /// The reading direction, likewise.
+    /// @param outLength  holds the length that the result must have, where it is known, else 0: a filter whose input
+    ///                   tells another one may save itself the work
+    virtual void reverseProcess(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) = 0;
 
 protected:
     virtual void setCipherKey(void* key); ///< in a form of the cipher's own; the base ignores it
@@ -37,10 +41,11 @@ protected:
 public:
     virtual ~KxcCFLResourceFilter();
 
-    /// Compression 0xFFFF stands for the registered filter that gives the fewest bytes.
+    /// Compression 0xFFFF stands for the registered compressor (an id up to 0xFFFE) that gives the fewest bytes.
     /// @param filterWord  receives the compression that was chosen  @return null on failure
     static KxcCFLResource* handle(const INT8* data, UINT32 length, UINT32& filterWord);
-    /// @param length  receives the bytes decoded  @return a new[] buffer, or null
+    /// @param length  the bytes that are expected, or 0 when any number will do; receives how many were decoded
+    /// @return a new[] buffer; null on failure, and when another number came out than expected
     static INT8* unhandle(const KxcCFLResource* resource, UINT32 filterWord, UINT32& length);
     static INT8* unhandle(const KxcCFLResource* resource, UINT32 filterWord);
 
@@ -54,6 +59,7 @@ public:
     KxcCFLResourceFilter& operator=(const KxcCFLResourceFilter&) = delete;
 
 protected:
+    friend void kxcCFLFiltersFree();
     /// @param info, name  one line and one word on the filter; not copied
     KxcCFLResourceFilter(UINT32 filterId, const char* info, const char* name);
     static void registerHandler(KxcCFLResourceFilter* filter); ///< called last by every filter's constructor
@@ -66,7 +72,7 @@ protected:
     KxcCFLResourceFilter* next; // older
 };
 
-/// Id 0, always registered: the bytes as they are.
+/// Id 0, registered by the core: the bytes as they are.
 class KXC_API KxcCFLFilterNone : public KxcCFLResourceFilter
 {
 public:
@@ -74,3 +80,15 @@ public:
     void process(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override;
     void reverseProcess(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override;
 };
+
+/// Id 1: the decoded length in 32 bits, little-endian, and a zlib stream.
+class KXC_API KxcCFLFilterZlib : public KxcCFLResourceFilter
+{
+public:
+    KxcCFLFilterZlib();
+    void process(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override;
+    void reverseProcess(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override;
+};
+
+/// Registers a KxcCFLFilterZlib. Called from a game's init function, or by kxcUseDefaults.
+KXC_API void kxcUseCFLFilterZlib();

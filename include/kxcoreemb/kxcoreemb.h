@@ -2,6 +2,9 @@
 #pragma once
 
 #include <kxcoreemb/base.h>
+#include <kxcoreemb/cfl.h>
+#include <kxcoreemb/cfl_filter.h>
+#include <kxcoreemb/cfl_maker.h>
 #include <kxcoreemb/core.h>
 #include <kxcoreemb/date_time.h>
 #include <kxcoreemb/file.h>

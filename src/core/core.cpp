@@ -5,11 +5,13 @@
 #include "core/core_state.h"
 
 #include "core/resource_table.h"
+#include "files/cfl_services.h"
 #include "gl/device.h"
 #include "platform/platform.h"
 #include "surfaces/image_loaders.h"
 
 #include <kxcoreemb/cfl.h>
+#include <kxcoreemb/cfl_filter.h>
 #include <kxcoreemb/file.h>
 #include <kxcoreemb/host.h>
 #include <kxcoreemb/image_loader.h>
@@ -113,6 +115,8 @@ void kxcCoreStartApplication(INT32 width, INT32 height, long (*appInit)(void))
             panicOutOfMemory(kxcCore->prefs.outOfMemoryMessage, static_cast<size_t>(pixels * sizeof(UINT16)));
     }
 
+    if (!kxcCFLRegisterNone())
+        panicOutOfMemory(kxcCore->prefs.outOfMemoryMessage, sizeof(KxcCFLFilterNone));
     kxcGLRegisterStub();
     if (appInit && appInit() != 0)
     {
@@ -130,7 +134,9 @@ void kxcCoreTearDown()
     endApplication();
     kxcGLFree();
     kxcInputFree();
+    kxcCFLFiltersFree();
     delete kxcCore->archives;
+    kxcCFLMakersFree();
     kxcImageLoadersFree();
     delete kxcCore->resources;
     delete[] kxcCore->commandLine;
@@ -323,6 +329,7 @@ void KxcRenderer::deinitRenderer() {}
 
 void kxcUseDefaults()
 {
+    kxcUseCFLFilterZlib();
     kxcUseImageFilterPCX();
     kxcUseImageFilterTGA();
 }

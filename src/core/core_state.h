@@ -4,6 +4,8 @@
 #include <kxcoreemb/core.h>
 
 class KxcCFL;
+class KxcCFLMaker;
+class KxcCFLResourceFilter;
 class KxcGLDevice;
 class KxcGLDeviceFactory;
 class KxcImageLoader;
@@ -39,7 +41,9 @@ struct KxcCoreState
     const KxcGLDeviceInfo* deviceInfos;       // owned: newest first
     const KxcGLDeviceInfo* currentDeviceInfo; // one of them, or null
 
-    KxcCFL* archives; // owned: the merged archive directory; null when there is none
+    KxcCFLResourceFilter* archiveFilters; // owned: newest first
+    KxcCFL* archives;                     // owned: the merged archive directory; null when there is none
+    KxcCFLMaker* archiveMakers;           // owned: those that did not finish
     INT32 fileOpenStrategy;
     KxcImageLoader* imageLoaders; // owned: newest first
 

@@ -4,9 +4,13 @@
 // word and stored bytes), the archive's length, "3CFL". All numbers have 32 bits, little-endian, and count from the
 // archive's start. Nothing in an archive is believed before it was checked against the file.
 //
-// The merged list gives the order of enumeration; hash buckets beside it find a name in constant time.
+// The merged list gives the order of enumeration; hash buckets beside it find a name in constant time. An archive's
+// entries are one array, and their names stay where they were decoded: opening takes the same few allocations however
+// many entries there are.
 #include <kxcoreemb/cfl.h>
 
+#include "files/keyed_hash.h"
+#include "platform/platform.h"
 #include <kxcoreemb/cfl_filter.h>
 #include <kxcoreemb/file.h>
 #include <kxcoreemb/string_toolkit.h>
@@ -20,10 +24,16 @@ const UINT32 kHeaderMagic = 0x334C4643;  // "CFL3"
 const UINT32 kTrailerMagic = 0x4C464333; // "3CFL"
 const UINT32 kLargest = 0x7FFFFFFF;      // of positions and sizes in files
 
-UINT32 bucketOf(INT32 hash, UINT32 bucketCount)
+const UINT32 kRecordSize = 14; // without the name
+
+/// What a name is found by in the index.
+UINT32 keyOf(const char* name, size_t length)
 {
-    // Names that count up differ in few bits of their hashes: a multiplication spreads them.
-    return (static_cast<UINT32>(hash) * 2654435769u >> 7) & (bucketCount - 1);
+    // Addresses and the time: an archive cannot know them.
+    static const UINT64 secret = (static_cast<UINT64>(reinterpret_cast<uintptr_t>(&secret)) ^
+                                  static_cast<UINT64>(kxcPlatformMilliseconds()) << 32) *
+                                 0x9E3779B97F4A7C15u;
+    return KxcKeyedHash::of(name, length, secret);
 }
 
 /// Finds the archive that begins at the file's position, or ends where the file ends.
@@ -72,16 +82,19 @@ void storeBytes(INT8* to, UINT32 value, INT32 count)
         to[i] = static_cast<INT8>(static_cast<UINT8>(value));
 }
 
-/// How many records there are; 0 unless they fill the directory exactly, with sizes such as files can have.
+/// How many records there are; 0 unless they fill the directory exactly, with sizes such as files can have and names
+/// such as can be asked for.
 UINT32 countRecords(const INT8* directory, UINT32 size)
 {
     UINT32 position = 0, count = 0;
-    while (size - position >= 14)
+    while (size - position >= kRecordSize)
     {
-        const UINT32 record = 14 + loadBytes(directory + position + 12, 2);
-        if (record > size - position || loadBytes(directory + position, 4) > kLargest)
+        const INT8* record = directory + position;
+        const UINT32 nameLength = loadBytes(record + 12, 2);
+        if (nameLength > size - position - kRecordSize || loadBytes(record, 4) > kLargest ||
+            memchr(record + kRecordSize, 0, nameLength))
             return 0;
-        position += record;
+        position += kRecordSize + nameLength;
         ++count;
     }
     return position == size ? count : 0;
@@ -94,12 +107,19 @@ KxcCFLResource::~KxcCFLResource() { delete[] data; }
 
 KxcCFLResource* KxcCFLResource::load(KxcFile* file)
 {
+    const INT32 position = file ? file->tell() : -1;
+    const INT32 fileSize = position >= 0 && file->seek(0, 2) == 0 ? file->tell() : -1;
+    return fileSize >= position && file->seek(position, 0) == 0 ? load(file, fileSize) : nullptr;
+}
+
+/// @param fileSize  what ends before its bytes do is refused without reading it
+KxcCFLResource* KxcCFLResource::load(KxcFile* file, INT32 fileSize)
+{
     UINT32 length;
-    if (!file || file->readUINT32(length) != 1)
+    if (file->readUINT32(length) != 1)
         return nullptr;
     const INT32 position = file->tell();
-    const INT32 end = position >= 0 && file->seek(0, 2) == 0 ? file->tell() : -1;
-    if (end < position || length > static_cast<UINT32>(end - position) || file->seek(position, 0) != 0)
+    if (position < 0 || fileSize < position || length > static_cast<UINT32>(fileSize - position))
         return nullptr;
     INT8* data = new (std::nothrow) INT8[length];
     KxcCFLResource* resource = nullptr;
@@ -118,13 +138,25 @@ INT32 KxcCFLResource::save(KxcFile* file) const
 
 // --- KxcCFLLibrary ---
 
-KxcCFLLibrary::KxcCFLLibrary() : keptFile(nullptr), filename(nullptr), start(0), opening(false), next(nullptr) {}
+KxcCFLLibrary::KxcCFLLibrary()
+    : keptFile(nullptr),
+      filename(nullptr),
+      start(0),
+      fileSize(0),
+      opening(false),
+      entries(nullptr),
+      names(nullptr),
+      next(nullptr)
+{
+}
 
 KxcCFLLibrary::~KxcCFLLibrary()
 {
     if (keptFile)
         keptFile->close();
     delete[] filename;
+    delete[] entries;
+    delete[] names;
 }
 
 KxcFile* KxcCFLLibrary::open()
@@ -148,58 +180,65 @@ void KxcCFLLibrary::close(KxcFile* file)
 
 KxcCFLDirectoryEntry::KxcCFLDirectoryEntry()
     : name(nullptr),
+      ownName(nullptr),
       filterWord(0),
       size(0),
       offset(0),
-      hash(0),
+      key(0),
       library(nullptr),
       next(nullptr),
       nextInBucket(nullptr)
 {
 }
 
-KxcCFLDirectoryEntry::~KxcCFLDirectoryEntry() { delete[] name; }
+KxcCFLDirectoryEntry::~KxcCFLDirectoryEntry() { delete[] ownName; }
 
-INT32 KxcCFLDirectoryEntry::byteRequirement() const { return 14 + KxcStringToolkit::getLength(name); }
+INT32 KxcCFLDirectoryEntry::byteRequirement() const { return static_cast<INT32>(kRecordSize + strlen(name)); }
 
 void KxcCFLDirectoryEntry::store(INT8* buffer, INT32& position) const
 {
-    const INT32 length = KxcStringToolkit::getLength(name);
+    const size_t length = strlen(name);
     INT8* record = buffer + position;
     storeBytes(record, size, 4);
     storeBytes(record + 4, offset, 4);
     storeBytes(record + 8, filterWord, 4);
     storeBytes(record + 12, static_cast<UINT32>(length), 2);
-    memcpy(record + 14, name, static_cast<size_t>(length));
-    position += 14 + length;
+    memcpy(record + kRecordSize, name, length);
+    position += static_cast<INT32>(kRecordSize + length);
+}
+
+/// Takes all but the name from a record. @return the name's length
+UINT32 KxcCFLDirectoryEntry::read(const INT8* record)
+{
+    size = loadBytes(record, 4);
+    offset = loadBytes(record + 4, 4);
+    filterWord = loadBytes(record + 8, 4);
+    return loadBytes(record + 12, 2);
 }
 
 KxcCFLDirectoryEntry* KxcCFLDirectoryEntry::restore(const INT8* buffer, INT32& position)
 {
     const INT8* record = buffer + position;
-    const UINT32 length = loadBytes(record + 12, 2);
     KxcCFLDirectoryEntry* entry = new (std::nothrow) KxcCFLDirectoryEntry;
     if (!entry)
         return nullptr;
-    entry->name = new (std::nothrow) char[length + 1];
-    if (!entry->name)
+    const UINT32 length = entry->read(record);
+    entry->name = entry->ownName = new (std::nothrow) char[length + 1];
+    if (!entry->ownName)
     {
         delete entry;
         return nullptr;
     }
-    memcpy(entry->name, record + 14, length);
-    entry->name[length] = 0;
-    entry->size = loadBytes(record, 4);
-    entry->offset = loadBytes(record + 4, 4);
-    entry->filterWord = loadBytes(record + 8, 4);
-    entry->hash = calcHash(entry->name);
-    position += static_cast<INT32>(14 + length);
+    memcpy(entry->ownName, record + kRecordSize, length);
+    entry->ownName[length] = 0;
+    entry->key = keyOf(entry->name, strlen(entry->name));
+    position += static_cast<INT32>(kRecordSize + length);
     return entry;
 }
 
 INT32 KxcCFLDirectoryEntry::equals(const char* otherName, INT32 otherHash) const
 {
-    return hash == otherHash && strcmp(name, otherName) == 0;
+    return calcHash(name) == otherHash && strcmp(name, otherName) == 0;
 }
 
 INT32 KxcCFLDirectoryEntry::calcHash(const char* text)
@@ -215,15 +254,21 @@ INT32 KxcCFLDirectoryEntry::calcHash(const char* text)
 
 void KxcCFLDirectoryEntry::replaceEntry(KxcCFLDirectoryEntry* newer)
 {
-    delete[] name;
-    name = newer->name;
-    newer->name = nullptr;
-    filterWord = newer->filterWord;
-    size = newer->size;
-    offset = newer->offset;
-    hash = newer->hash;
-    library = newer->library;
+    takeOver(*newer);
     delete newer;
+}
+
+void KxcCFLDirectoryEntry::takeOver(KxcCFLDirectoryEntry& newer)
+{
+    delete[] ownName;
+    name = newer.name;
+    ownName = newer.ownName;
+    newer.ownName = nullptr;
+    filterWord = newer.filterWord;
+    size = newer.size;
+    offset = newer.offset;
+    key = newer.key;
+    library = newer.library;
 }
 
 // --- KxcCFL: opening ---
@@ -236,11 +281,6 @@ KxcCFL::~KxcCFL()
     {
         libraries = library->next;
         delete library;
-    }
-    while (KxcCFLDirectoryEntry* entry = entries)
-    {
-        entries = entry->next;
-        delete entry;
     }
     delete[] index;
 }
@@ -279,86 +319,83 @@ INT32 KxcCFL::openLibrary(const char* name, INT32 offset)
     KxcFile* file = offset >= 0 ? KxcFile::open(name, "rb", KXCFILE_DEFAULT) : nullptr;
     if (!file)
         return 0;
-    bool merged = false;
-    if (file->seek(offset, 0) == 0)
-        addLibrary(file, name, merged);
+    const INT32 added = file->seek(offset, 0) == 0 ? addLibrary(file, name) : 0;
     file->close();
-    return merged;
+    return added;
 }
 
 INT32 KxcCFL::openLibrary(KxcFile* file)
 {
-    bool merged;
-    if (!file)
-        return 0;
-    const INT32 added = addLibrary(file, nullptr, merged);
-    if (!added)
+    const INT32 added = file ? addLibrary(file, nullptr) : 0;
+    if (file && !added)
         file->close();
     return added;
 }
 
-/// @param name  null when the library keeps the file  @param merged  receives whether all entries found memory
+/// @param name  null when the library keeps the file
 /// @return 1 when there is a new library; 0 when nothing changed
-INT32 KxcCFL::addLibrary(KxcFile* file, const char* name, bool& merged)
+INT32 KxcCFL::addLibrary(KxcFile* file, const char* name)
 {
-    merged = false;
     INT32 start;
     if (!findArchive(file, start))
         return 0;
     UINT32 directoryPosition, directorySize, filterWord;
-    if (file->readUINT32(directoryPosition) != 1 || file->readUINT32(directorySize) != 1 ||
-        !seekFrom(file, start, directoryPosition) || file->readUINT32(filterWord) != 1)
+    if (file->readUINT32(directoryPosition) != 1 || file->readUINT32(directorySize) != 1 || directorySize == 0 ||
+        directorySize > kLargest || !seekFrom(file, start, directoryPosition) || file->readUINT32(filterWord) != 1)
         return 0;
     KxcCFLResource* stored = KxcCFLResource::load(file);
-    UINT32 decodedSize;
-    INT8* directory = KxcCFLResourceFilter::unhandle(stored, filterWord, decodedSize);
+    INT8* directory = KxcCFLResourceFilter::unhandle(stored, filterWord, directorySize);
     delete stored;
+    // Each entry has at least a length word in the file. A directory that lists more was made to exhaust memory.
+    const UINT32 records = directory ? countRecords(directory, directorySize) : 0;
     KxcCFLLibrary* library = nullptr;
-    UINT32 records = 0;
-    if (directory && decodedSize == directorySize && directorySize <= kLargest)
-        records = countRecords(directory, directorySize);
-    if (records > 0 && growIndex(entryCount + records))
+    if (records > 0 && records <= directoryPosition / 4 && growIndex(entryCount + records))
         library = new (std::nothrow) KxcCFLLibrary;
-    if (library && name && !(library->filename = KxcStringToolkit::copy(name)))
+    if (library)
+    {
+        library->entries = new (std::nothrow) KxcCFLDirectoryEntry[records];
+        library->filename = name ? KxcStringToolkit::copy(name) : nullptr;
+    }
+    if (!library || !library->entries || (name && !library->filename))
     {
         delete library;
-        library = nullptr;
-    }
-    if (!library)
-    {
         delete[] directory;
         return 0;
     }
+    library->names = directory;
     library->keptFile = name ? nullptr : file;
     library->start = start;
+    library->fileSize = file->seek(0, 2) == 0 ? file->tell() : 0;
     library->next = libraries;
     libraries = library;
 
-    merged = true;
-    for (INT32 position = 0; merged && records > 0; --records)
+    for (UINT32 i = 0; i < records; ++i)
     {
-        KxcCFLDirectoryEntry* entry = KxcCFLDirectoryEntry::restore(directory, position);
-        merged = entry != nullptr;
-        if (!entry)
-            continue;
+        KxcCFLDirectoryEntry* entry = &library->entries[i];
+        const UINT32 length = entry->read(directory);
+        char* text = reinterpret_cast<char*>(directory) + kRecordSize - 1;
+        memmove(text, text + 1, length); // back by one, to make room for a terminator
+        text[length] = 0;
+        entry->name = text;
+        entry->key = keyOf(text, length);
         entry->library = library;
         mergeEntry(entry);
+        directory += kRecordSize + length;
     }
-    delete[] directory;
     return 1;
 }
 
-/// Puts an entry into the list, which owns it from then on; the index has room for it.
+/// Puts an entry into the list, or what it says into the one that has its name; the index has room for it.
 void KxcCFL::mergeEntry(KxcCFLDirectoryEntry* entry)
 {
-    if (KxcCFLDirectoryEntry* older = findEntry(entry->name, entry->hash))
+    if (KxcCFLDirectoryEntry* older = findEntry(entry->name, entry->key))
     {
-        older->replaceEntry(entry);
+        older->takeOver(*entry);
         return;
     }
     entry->next = entries;
     entries = entry;
-    KxcCFLDirectoryEntry*& bucket = index[bucketOf(entry->hash, bucketCount)];
+    KxcCFLDirectoryEntry*& bucket = index[entry->key & (bucketCount - 1)];
     entry->nextInBucket = bucket;
     bucket = entry;
     ++entryCount;
@@ -377,7 +414,7 @@ bool KxcCFL::growIndex(UINT32 wanted)
         return false;
     for (KxcCFLDirectoryEntry* entry = entries; entry; entry = entry->next)
     {
-        KxcCFLDirectoryEntry*& bucket = buckets[bucketOf(entry->hash, larger)];
+        KxcCFLDirectoryEntry*& bucket = buckets[entry->key & (larger - 1)];
         entry->nextInBucket = bucket;
         bucket = entry;
     }
@@ -391,13 +428,13 @@ bool KxcCFL::growIndex(UINT32 wanted)
 
 KxcCFLDirectoryEntry* KxcCFL::findEntry(const char* name) const
 {
-    return name && index ? findEntry(name, KxcCFLDirectoryEntry::calcHash(name)) : nullptr;
+    return name && index ? findEntry(name, keyOf(name, strlen(name))) : nullptr;
 }
 
-KxcCFLDirectoryEntry* KxcCFL::findEntry(const char* name, INT32 hash) const
+KxcCFLDirectoryEntry* KxcCFL::findEntry(const char* name, UINT32 key) const
 {
-    KxcCFLDirectoryEntry* entry = index[bucketOf(hash, bucketCount)];
-    while (entry && !entry->equals(name, hash))
+    KxcCFLDirectoryEntry* entry = index[key & (bucketCount - 1)];
+    while (entry && (entry->key != key || strcmp(entry->name, name) != 0))
         entry = entry->nextInBucket;
     return entry;
 }
@@ -413,21 +450,17 @@ INT32 KxcCFL::getFileSize(const char* name)
 INT8* KxcCFL::getFile(const char* name, INT32& size)
 {
     const KxcCFLDirectoryEntry* entry = findEntry(name);
-    size = entry ? static_cast<INT32>(entry->size) : 0;
-    KxcFile* file = entry ? entry->library->open() : nullptr;
+    size = entry ? entry->getSize() : 0;
+    KxcCFLLibrary* library = size > 0 ? entry->library : nullptr;
+    KxcFile* file = library ? library->open() : nullptr;
     if (!file)
         return nullptr;
     KxcCFLResource* stored =
-        seekFrom(file, entry->library->start, entry->offset) ? KxcCFLResource::load(file) : nullptr;
-    entry->library->close(file);
-    UINT32 decodedSize;
+        seekFrom(file, library->start, entry->offset) ? KxcCFLResource::load(file, library->fileSize) : nullptr;
+    library->close(file);
+    UINT32 decodedSize = entry->size; // what callers read of the buffer: nothing else will do
     INT8* data = KxcCFLResourceFilter::unhandle(stored, entry->filterWord, decodedSize);
     delete stored;
-    if (data && decodedSize != entry->size) // the size is what callers read of the buffer
-    {
-        delete[] data;
-        data = nullptr;
-    }
     return data;
 }
 

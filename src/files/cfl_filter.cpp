@@ -1,7 +1,8 @@
 // cfl_filter.cpp - the filter registry, the chain of filters in both directions, and the filter that changes nothing.
 #include <kxcoreemb/cfl_filter.h>
 
-#include "files/cfl_filters.h"
+#include "core/core_state.h"
+#include "files/cfl_services.h"
 #include <kxcoreemb/cfl.h>
 
 #include <cstring>
@@ -11,8 +12,6 @@ namespace
 {
 const UINT32 kCompression = 0x0000FFFF, kPreprocessor = 0x00FF0000, kCipher = 0xFF000000; // parts of a filter word
 const UINT32 kBest = 0xFFFF;
-
-KxcCFLResourceFilter* newest; // head of the registry; null until its first use
 
 /// A buffer on its way through the chain: the caller's at first, then each step's own.
 class Passing
@@ -24,12 +23,12 @@ public:
     typedef void (KxcCFLResourceFilter::*Direction)(INT8*, INT8**, UINT32, UINT32&);
 
     /// Runs one step. False when there is no such filter, or it gives no output.
-    bool step(KxcCFLResourceFilter* filter, Direction direction)
+    bool step(KxcCFLResourceFilter* filter, Direction direction, UINT32 expectedLength = 0)
     {
         if (!filter)
             return false;
         INT8* out = nullptr;
-        UINT32 outLength = 0;
+        UINT32 outLength = expectedLength;
         (filter->*direction)(bytes, &out, length, outLength);
         take(out, outLength);
         return out != nullptr;
@@ -66,7 +65,16 @@ void copyBytes(const INT8* in, INT8** out, UINT32 inLength, UINT32& outLength)
 }
 } // namespace
 
-void kxcCFLFiltersForget() { newest = nullptr; }
+bool kxcCFLRegisterNone() { return new (std::nothrow) KxcCFLFilterNone != nullptr; }
+
+void kxcCFLFiltersFree()
+{
+    while (KxcCFLResourceFilter* filter = kxcCore->archiveFilters)
+    {
+        kxcCore->archiveFilters = filter->next;
+        delete filter;
+    }
+}
 
 KxcCFLResourceFilter::KxcCFLResourceFilter(UINT32 filterId, const char* info, const char* name)
     : infoString(info),
@@ -82,23 +90,18 @@ void KxcCFLResourceFilter::setCipherKey(void*) {}
 
 void KxcCFLResourceFilter::registerHandler(KxcCFLResourceFilter* filter)
 {
-    findHandler(0); // the built-in filter comes first
-    for (const KxcCFLResourceFilter* other = newest; other; other = other->next)
+    if (!kxcCore)
+        return;
+    for (const KxcCFLResourceFilter* other = kxcCore->archiveFilters; other; other = other->next)
         if (other == filter)
             return;
-    filter->next = newest;
-    newest = filter;
+    filter->next = kxcCore->archiveFilters;
+    kxcCore->archiveFilters = filter;
 }
 
 KxcCFLResourceFilter* KxcCFLResourceFilter::findHandler(UINT32 id)
 {
-    static KxcCFLFilterNone none;
-    if (!newest)
-    {
-        none.next = nullptr;
-        newest = &none;
-    }
-    KxcCFLResourceFilter* filter = newest;
+    KxcCFLResourceFilter* filter = kxcCore ? kxcCore->archiveFilters : nullptr;
     while (filter && filter->id != id)
         filter = filter->next;
     return filter;
@@ -106,7 +109,7 @@ KxcCFLResourceFilter* KxcCFLResourceFilter::findHandler(UINT32 id)
 
 KxcCFLResource* KxcCFLResourceFilter::handle(const INT8* data, UINT32 length, UINT32& filterWord)
 {
-    if (!data && length > 0)
+    if (!kxcCore || (!data && length > 0))
         return nullptr;
     Passing passing(data, length);
     const UINT32 preprocessor = filterWord & kPreprocessor, cipher = filterWord & kCipher;
@@ -117,10 +120,9 @@ KxcCFLResource* KxcCFLResourceFilter::handle(const INT8* data, UINT32 length, UI
     {
         INT8* best = nullptr;
         UINT32 bestLength = 0xFFFFFFFFu;
-        findHandler(0);
-        for (KxcCFLResourceFilter* filter = newest; filter; filter = filter->next)
+        for (KxcCFLResourceFilter* filter = kxcCore->archiveFilters; filter; filter = filter->next)
         {
-            if (filter->id >= kBest) // ciphers and preprocessors are no compressors: their ids do not fit the word
+            if (filter->id >= kBest) // a cipher or preprocessor: its id does not fit the word, nobody could read it
                 continue;
             INT8* out = nullptr;
             UINT32 outLength = 0;
@@ -153,6 +155,7 @@ KxcCFLResource* KxcCFLResourceFilter::handle(const INT8* data, UINT32 length, UI
 
 INT8* KxcCFLResourceFilter::unhandle(const KxcCFLResource* resource, UINT32 filterWord, UINT32& length)
 {
+    const UINT32 expected = length;
     length = 0;
     if (!resource)
         return nullptr;
@@ -161,10 +164,10 @@ INT8* KxcCFLResourceFilter::unhandle(const KxcCFLResource* resource, UINT32 filt
     KxcCFLResourceFilter* compression = findHandler(filterWord & kCompression);
     if (!compression)
         compression = findHandler(filterWord & 0xFF); // the high byte may carry a compressor's options
-    const auto reverse = [&passing](KxcCFLResourceFilter* filter)
-    { return passing.step(filter, &KxcCFLResourceFilter::reverseProcess) && passing.length > 0; };
-    if ((cipher && !reverse(findHandler(cipher))) || !reverse(compression) ||
-        (preprocessor && !reverse(findHandler(preprocessor))))
+    const auto reverse = [&passing](KxcCFLResourceFilter* filter, UINT32 expectedLength)
+    { return passing.step(filter, &KxcCFLResourceFilter::reverseProcess, expectedLength) && passing.length > 0; };
+    if ((cipher && !reverse(findHandler(cipher), 0)) || !reverse(compression, preprocessor ? 0 : expected) ||
+        (preprocessor && !reverse(findHandler(preprocessor), expected)) || (expected && passing.length != expected))
         return nullptr;
     length = passing.length;
     return passing.release();
@@ -172,7 +175,7 @@ INT8* KxcCFLResourceFilter::unhandle(const KxcCFLResource* resource, UINT32 filt
 
 INT8* KxcCFLResourceFilter::unhandle(const KxcCFLResource* resource, UINT32 filterWord)
 {
-    UINT32 length;
+    UINT32 length = 0;
     return unhandle(resource, filterWord, length);
 }
 
@@ -190,8 +193,8 @@ const char* KxcCFLResourceFilter::handlerInfoString(UINT32 id)
 
 void KxcCFLResourceFilter::enumerateHandlers(KxcCFLEnumerator* enumerator)
 {
-    findHandler(0);
-    for (KxcCFLResourceFilter* filter = enumerator ? newest : nullptr; filter; filter = filter->next)
+    for (KxcCFLResourceFilter* filter = enumerator && kxcCore ? kxcCore->archiveFilters : nullptr; filter;
+         filter = filter->next)
         enumerator->handlerFound(filter->id, filter->infoString, filter->shortName);
 }
 
@@ -207,8 +210,7 @@ void KxcCFLResourceFilter::setKey(UINT32 id, void* key)
         filter->setCipherKey(key);
 }
 
-// The one instance is registered by findHandler, not by its constructor: the registry's first use makes it.
-KxcCFLFilterNone::KxcCFLFilterNone() : KxcCFLResourceFilter(0, "No compression", "None") {}
+KxcCFLFilterNone::KxcCFLFilterNone() : KxcCFLResourceFilter(0, "No compression", "None") { registerHandler(this); }
 
 void KxcCFLFilterNone::process(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength)
 {

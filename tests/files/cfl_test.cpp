@@ -1,7 +1,6 @@
 // cfl_test.cpp - archives: overriding, finding them in other files, and what damage does to them.
 #include "files/file_support.h"
 
-#include "files/cfl_filters.h"
 #include <kxcoreemb/cfl.h>
 #include <kxcoreemb/cfl_filter.h>
 
@@ -100,7 +99,7 @@ TEST_F(Files, OfArchivesThatHoldThemselvesAreRefusedNotSoughtForEver)
     }
 }
 
-TEST(DamagedArchives, AreRefusedOrReadInBoundsWhereverTheyAreCutOrChanged)
+TEST_F(Files, OfDamagedArchivesAreRefusedOrReadInBoundsWhereverTheyAreCutOrChanged)
 {
     const std::string whole = archiveOf({{"first", "some bytes"}, {"second", "more bytes than before"}});
     const auto visit = [](const std::string& bytes)
@@ -129,48 +128,4 @@ TEST(DamagedArchives, AreRefusedOrReadInBoundsWhereverTheyAreCutOrChanged)
             visit(changed);
             visit("xxxx" + changed); // found through the trailer
         }
-}
-
-/// Turns bytes over; a step that an archive may ask for only while it is registered.
-struct FlipCipher : KxcCFLResourceFilter
-{
-    FlipCipher() : KxcCFLResourceFilter(0x01000000, "Turns bytes over", "Flip") { registerHandler(this); }
-    void process(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override
-    {
-        *out = new INT8[outLength = inLength];
-        for (UINT32 i = 0; i < inLength; ++i)
-            (*out)[i] = static_cast<INT8>(in[i] ^ key);
-    }
-    void reverseProcess(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override
-    {
-        process(in, out, inLength, outLength);
-    }
-    void setCipherKey(void* bytes) override { key = *static_cast<INT8*>(bytes); }
-    INT8 key = 0;
-};
-
-TEST(ArchiveFilters, RunInTurnAndBackAndAreUnreadableWithoutThem)
-{
-    INT8 text[] = "entry", key = 0x20;
-    UINT32 word = 0x01000000;
-    EXPECT_EQ(KxcCFLResourceFilter::handle(text, 5, word), nullptr) << "nobody has that id yet";
-    FlipCipher cipher;
-    KxcCFLResourceFilter::setKey(0x01000000, &key);
-    KxcCFLResourceFilter::setKey(7, &key);
-    word = 0x0100FFFF;
-    std::unique_ptr<KxcCFLResource> stored(KxcCFLResourceFilter::handle(text, 5, word));
-    ASSERT_TRUE(stored);
-    EXPECT_EQ(word, 0x01000000u) << "the best compression was chosen and written back";
-    EXPECT_EQ(memcmp(stored->getData(), "ENTRY", 5), 0);
-    std::unique_ptr<INT8[]> back(KxcCFLResourceFilter::unhandle(stored.get(), 0x0100FF00)); // options in the high byte
-    ASSERT_TRUE(back);
-    EXPECT_EQ(memcmp(back.get(), text, 5), 0);
-    EXPECT_EQ(KxcCFLResourceFilter::unhandle(stored.get(), 0x01010000), nullptr) << "no such preprocessor";
-    EXPECT_EQ(KxcCFLResourceFilter::unhandle(nullptr, 0), nullptr);
-    EXPECT_STREQ(KxcCFLResourceFilter::handlerShortName(0x01000000), "Flip");
-    EXPECT_STREQ(KxcCFLResourceFilter::handlerShortName(0xFFFF), "best");
-    EXPECT_STREQ(KxcCFLResourceFilter::handlerShortName(7), "Unknown");
-    EXPECT_STREQ(KxcCFLResourceFilter::handlerInfoString(0), "No compression");
-    kxcCFLFiltersForget();
-    EXPECT_STREQ(KxcCFLResourceFilter::handlerShortName(0x01000000), "Unknown");
 }
