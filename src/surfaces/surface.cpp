@@ -123,6 +123,8 @@ static UINT8* convertedCopy(const KxcGLSurfaceDescriptor& surface, INT32 format,
 INT32 KxcGLSurface::lock(void** pixels, INT32 format, INT32 flags)
 {
     KxcGLSurfaceDescriptor& s = *m_surface;
+    if (pixels == nullptr)
+        return 0;
     *pixels = nullptr;
     if (s.lockFormat != kUnlocked || (s.flags & KXCSURFACEFLAG_LOCKREFUSED) || s.pixels == nullptr)
         return 0;

@@ -126,6 +126,7 @@ TEST(Surface, OpensPalettesOnlyAsTheyAreAndRefusesWhatItsFlagsRefuse)
 {
     void* pixels = nullptr;
     const Surface paletted = make(4, 4, 7), plain = make(4, 4, 8);
+    EXPECT_EQ(paletted->lock(nullptr, 0, 0), 0);
     EXPECT_EQ(paletted->lock(&pixels, 4, 0), 0);
     EXPECT_EQ(paletted->lock(&pixels, 7, 0), 4);
     for (INT32 format : {7, -1, 11, INT32_MAX})
