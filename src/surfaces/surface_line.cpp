@@ -68,7 +68,7 @@ bool clip(Point& a, Point& b, INT32 width, INT32 height)
 struct Steps
 {
     void* first;
-    INT64 major, minor; // the extents
+    INT32 major, minor; // the extents; 16.16 coordinates reach no further than 32767
     ptrdiff_t majorStep, minorStep;
 };
 
@@ -76,12 +76,12 @@ template <class Color>
 void drawSteps(const Steps& s, Color color)
 {
     typename Color::Pixel* pixel = static_cast<typename Color::Pixel*>(s.first);
-    INT64 error = 2 * s.minor - s.major;
-    for (INT64 left = s.major; left >= 0; --left)
+    INT32 error = 2 * s.minor - s.major;
+    for (INT32 left = s.major;; --left)
     {
         *pixel = color(*pixel);
         if (left == 0)
-            break; // the next one may lie outside
+            return; // the next one may lie outside
         pixel += s.majorStep;
         if (error > 0)
         {
@@ -177,11 +177,11 @@ void KxcGLSurface::drawLine(KxcFixed x1, KxcFixed y1, KxcFixed x2, KxcFixed y2, 
     const KxcGLSurfaceDescriptor& s = *m_surface;
     if ((color >> 24) == 0 || !clip(a, b, s.width, s.height) || !lockForDraw())
         return;
-    const INT64 x = a.x >> 16, y = a.y >> 16;
-    const INT64 dx = (b.x >> 16) - x, dy = (b.y >> 16) - y;
-    const INT64 width = dx < 0 ? -dx : dx, height = dy < 0 ? -dy : dy;
-    const ptrdiff_t column = dx < 0 ? -1 : 1, row = static_cast<ptrdiff_t>(dy < 0 ? -s.width : s.width);
-    void* first = static_cast<UINT8*>(s.pixels) + static_cast<ptrdiff_t>(y * s.width + x) * s.bytesPerPixel();
+    const INT32 x = static_cast<INT32>(a.x >> 16), y = static_cast<INT32>(a.y >> 16);
+    const INT32 dx = static_cast<INT32>(b.x >> 16) - x, dy = static_cast<INT32>(b.y >> 16) - y;
+    const INT32 width = dx < 0 ? -dx : dx, height = dy < 0 ? -dy : dy;
+    const ptrdiff_t column = dx < 0 ? -1 : 1, row = dy < 0 ? -s.width : s.width;
+    void* first = static_cast<UINT8*>(s.pixels) + (y * s.width + x) * s.bytesPerPixel();
     if (width >= height)
         drawSteps(s.format, {first, width, height, column, row}, color);
     else
