@@ -65,6 +65,7 @@ INT32 whole(KxcFixed value) { return static_cast<INT32>(value); }
 
 Game::Game(INT32 fixedStepMs) : m_fixedStepMs(fixedStepMs), m_gl(KxcGL::create(0, 0))
 {
+    KxcCore::openCFL("data.cfl"); // where a picture is missing from it and from the disk, loadPicture() says so
     m_tiles = loadPicture("data/tiles.tga", KXCSURFACEFORMAT_55X5);
     m_sheets[SHEET_GEMS] = loadPicture("data/gems.pcx", KXCSURFACEFORMAT_55X5);
     m_sheets[SHEET_LIGHTS] = loadPicture("data/lights.tga", KXCSURFACEFORMAT_PREMUL8888);
