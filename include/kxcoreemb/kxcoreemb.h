@@ -9,6 +9,7 @@
 #include <kxcoreemb/date_time.h>
 #include <kxcoreemb/file.h>
 #include <kxcoreemb/fixed.h>
+#include <kxcoreemb/fixed_math.h>
 #include <kxcoreemb/gl.h>
 #include <kxcoreemb/host.h>
 #include <kxcoreemb/image_loader.h>
