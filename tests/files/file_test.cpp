@@ -72,7 +72,7 @@ TEST_F(Files, OnDiskSeekTellAndEndLikeStdio)
     char buffer[16];
     EXPECT_EQ(file->read(buffer, 2, 2), 2);
     EXPECT_EQ(file->endOfFile(), 0);
-    EXPECT_EQ(file->read(buffer, 4, 0x7FFFFFFF), 0) << "one byte is left, no whole element";
+    EXPECT_EQ(file->read(buffer, 4, 4), 0) << "one byte is left, no whole element";
     EXPECT_NE(file->endOfFile(), 0);
     EXPECT_EQ(file->getChar(), -1);
     EXPECT_EQ(file->read(nullptr, 1, 1) + file->read(buffer, 0, 1) + file->read(buffer, 1, -1), 0);
