@@ -1,6 +1,8 @@
 // core_state.h - the one object that every engine service hangs from, and the steps by which hosts run it.
 #pragma once
 
+#include "gl/triangle.h"
+
 #include <kxcoreemb/core.h>
 
 class KxcCFL;
@@ -40,6 +42,8 @@ struct KxcCoreState
     KxcGLDeviceFactory* deviceFactories;      // owned: newest first
     const KxcGLDeviceInfo* deviceInfos;       // owned: newest first
     const KxcGLDeviceInfo* currentDeviceInfo; // one of them, or null
+    KxcGLFillerTables fillers;                // those that were registered
+    KxcGLTexture* textures;                   // the game's: all that live, newest first
 
     KxcCFLResourceFilter* archiveFilters; // owned: newest first
     KxcCFL* archives;                     // owned: the merged archive directory; null when there is none
