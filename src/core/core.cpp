@@ -7,6 +7,7 @@
 #include "core/resource_table.h"
 #include "files/cfl_services.h"
 #include "gl/device.h"
+#include "math/math_tables.h"
 #include "platform/platform.h"
 #include "surfaces/image_loaders.h"
 
@@ -95,9 +96,10 @@ void kxcCoreBuild(INT32 width, INT32 height, void (*appPrefs)(KxcAppPrefs&))
     kxcCore->exclusiveMode = 1;
     kxcCore->fileOpenStrategy = KXCFILE_DISK_FIRST;
     kxcCore->resources = new (std::nothrow) KxcResourceTable(prefs.resourceMemoryLimit);
+    kxcCore->mathTables = kxcMathTablesCreate();
     kxcCore->archives = KxcCFL::create();
-    if (!kxcCore->resources || !kxcCore->archives)
-        panicOutOfMemory(prefs.outOfMemoryMessage, sizeof(KxcResourceTable));
+    if (!kxcCore->resources || !kxcCore->mathTables || !kxcCore->archives)
+        panicOutOfMemory(prefs.outOfMemoryMessage, sizeof(KxcMathTables));
     kxcCore->lastMilliseconds = kxcPlatformMilliseconds();
     KxcCore::resetControlMappings();
 }
@@ -139,6 +141,7 @@ void kxcCoreTearDown()
     kxcCFLMakersFree();
     kxcImageLoadersFree();
     delete kxcCore->resources;
+    delete kxcCore->mathTables;
     delete[] kxcCore->commandLine;
     delete[] kxcCore->frameBuffer;
     kxcCore->alive = 0;

@@ -13,6 +13,7 @@ class KxcGLDeviceFactory;
 class KxcImageLoader;
 class KxcResourceTable;
 struct KxcGLDeviceInfo;
+struct KxcMathTables;
 
 /// One mapping slot; (-1, -1) when free.
 struct KxcControlMapping
@@ -37,6 +38,7 @@ struct KxcCoreState
     KxcRenderer* renderer;       // the game's
     KxcInput* controller;        // the game's
     KxcResourceTable* resources; // owned
+    KxcMathTables* mathTables;   // owned
 
     KxcGLDevice* device;                      // owned: the active graphics device; null until a game creates one
     KxcGLDeviceFactory* deviceFactories;      // owned: newest first
