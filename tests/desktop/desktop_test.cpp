@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -55,11 +56,13 @@ const KxcPlatformHost kReplayHost = {
 
 std::string gameLog;
 
-template <class... Values>
-void note(const char* format, Values... values)
+__attribute__((format(printf, 1, 2))) void note(const char* format, ...)
 {
     char line[64];
-    std::snprintf(line, sizeof line, format, values...);
+    va_list values;
+    va_start(values, format);
+    std::vsnprintf(line, sizeof line, format, values);
+    va_end(values);
     gameLog += line;
 }
 
