@@ -41,11 +41,11 @@ INT32 vectoringAngle(const KxcMathTables& tables, UINT32 x, UINT32 y)
     INT32 angle = 0;
     for (INT32 k = 0; k < KxcMathTables::kCordicSteps; ++k)
     {
-        const INT32 sign = vy > 0 ? 0 : -1; // of the step, applied without a branch: half of them go either way
-        const INT32 dx = vy >> k, dy = vx >> k;
-        vx += (dx ^ sign) - sign;
-        vy -= (dy ^ sign) - sign;
-        angle += (tables.cordicAngles[k] ^ sign) - sign;
+        const INT32 dx = vy >> k, dy = vx >> k, step = tables.cordicAngles[k];
+        const bool above = vy > 0; // both ways are computed and one is picked: half the steps go either way
+        vx = above ? vx + dx : vx - dx;
+        vy = above ? vy - dy : vy + dy;
+        angle = above ? angle + step : angle - step;
     }
     return angle >> 13; // 29 to 16 fraction bits
 }
