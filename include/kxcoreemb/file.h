@@ -108,8 +108,10 @@ public:
     KxcFile& operator=(const KxcFile&) = delete;
 
 protected:
+    friend class KxcCFLLibrary;
     KxcFile();
     INT32 init(const char* name);
+    void readUnbuffered(); ///< before the first access: reads go straight to the disk, no byte further than asked for
     static KxcFile* openStdFile(const char* name, const char* mode);
     /// The disk path of a name that is not raw, folders separated by "\"; shows the developer's warnings.
     /// @return a new buffer of 512 bytes; null when the path does not fit

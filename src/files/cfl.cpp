@@ -167,6 +167,8 @@ KxcFile* KxcCFLLibrary::open()
     opening = true;
     KxcFile* file = KxcFile::open(filename, "rb", KXCFILE_DEFAULT);
     opening = false;
+    if (file)
+        file->readUnbuffered(); // a length and a block are read, not more
     return file;
 }
 

@@ -46,11 +46,18 @@ bool composeDiskPath(const char* name, char* path)
         KxcStringToolkit::format(message, sizeof message, "Backslash used in disk filename:\n %s", name);
         warn(message);
     }
-    // Only a bare name is compared: with folders in it, it is longer than the one that the disk reports.
+    // Only a bare name is compared: with folders in it, it is longer than the one that the disk reports. An archive's
+    // file is opened anew for every entry: the path that passed last is not asked for again.
+    static thread_local char passed[kPathSize];
     char found[kPathSize];
-    if (!hasFolders && kxcPlatformFileNameOnDisk(path, found, kPathSize) && strlen(found) == nameLength &&
-        strcmp(found, name) != 0)
+    if (!hasFolders && strcmp(path, passed) != 0 && kxcPlatformFileNameOnDisk(path, found, kPathSize) &&
+        strlen(found) == nameLength)
     {
+        if (strcmp(found, name) == 0)
+        {
+            memcpy(passed, path, folderLength + nameLength + 1);
+            return true;
+        }
         KxcStringToolkit::format(message, sizeof message, "Case mismatch in disk file:\ndisk:%s\ncode:%s", found, name);
         warn(message);
     }
@@ -97,6 +104,12 @@ INT32 KxcFile::init(const char* name)
 {
     filename = KxcStringToolkit::copy(name);
     return filename != nullptr;
+}
+
+void KxcFile::readUnbuffered()
+{
+    if (stream)
+        setvbuf(stream, nullptr, _IONBF, 0);
 }
 
 // --- one file on disk ---

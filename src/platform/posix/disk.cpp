@@ -143,25 +143,35 @@ static bool toSlashes(const char* path, char (&out)[kPathSize])
 }
 
 /// The path as the disk spells it; what does not exist stays as it was given. False when it does not fit.
-static bool resolve(const char* path, char (&out)[kPathSize])
+/// @param found  receives whether it exists
+static bool resolve(const char* path, char (&out)[kPathSize], bool& found)
 {
+    found = false;
     if (!toSlashes(path, out))
         return false;
-    if (exists(out))
+    found = exists(out);
+    if (found)
         return true;
+    found = true;
     for (char* component = out; *component != 0;)
     {
         component += strspn(component, "/");
         char* end = component + strcspn(component, "/");
         const char separator = *end;
         *end = 0;
-        const bool found = *component == 0 || exists(out) || respell(out, component);
+        found = *component == 0 || exists(out) || respell(out, component);
         *end = separator;
         if (!found)
             break;
         component = end;
     }
     return true;
+}
+
+static bool resolve(const char* path, char (&out)[kPathSize])
+{
+    bool found;
+    return resolve(path, out, found);
 }
 
 /// The last component, without the slashes that may follow it.
@@ -232,7 +242,8 @@ INT32 kxcPlatformDirectoryRemove(const char* path)
 INT32 kxcPlatformFileNameOnDisk(const char* path, char* name, INT32 size)
 {
     char resolved[kPathSize];
-    if (!resolve(path, resolved) || !exists(resolved))
+    bool found;
+    if (!resolve(path, resolved, found) || !found)
         return 0;
     const char* last = lastComponent(resolved);
     const size_t length = strlen(last);
