@@ -1,6 +1,8 @@
 // A first game: a square that the arrow keys move and a click sends somewhere else. Escape ends it.
 #include <kxcoreemb/kxcoreemb.h>
 
+#include <memory>
+
 class FirstGame : public KxcApp, public KxcRenderer, public KxcInput
 {
 public:
@@ -29,7 +31,7 @@ public:
     }
 
 private:
-    KxcGL* gl;
+    std::unique_ptr<KxcGL> gl;
     INT32 x = 160, y = 120;
 };
 
