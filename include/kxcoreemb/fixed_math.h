@@ -48,7 +48,8 @@ public:
     static KxcFixed exp(KxcFixed x);
     /// The natural logarithm, within 6/65536; 0 when x is not positive.
     static KxcFixed log(KxcFixed x);
-    /// A rational approximation of log: within 0.005 for x from 1/4 to 4, 0.05 from 1/16 to 16; 0 when x is not positive.
+    /// A rational approximation of log: within 0.005 for x from 1/4 to 4, 0.05 from 1/16 to 16; 0 when x is not
+    /// positive.
     static KxcFixed logFast(KxcFixed x);
     /// x to the y: repeated multiplication when y is a positive whole number, else exp(log(x) * y).
     /// 0 when x is 0, or negative with any other y but 0.
