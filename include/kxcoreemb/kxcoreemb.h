@@ -11,6 +11,8 @@
 #include <kxcoreemb/fixed.h>
 #include <kxcoreemb/fixed_math.h>
 #include <kxcoreemb/gl.h>
+#include <kxcoreemb/gl_fillers.h>
+#include <kxcoreemb/gl_texture.h>
 #include <kxcoreemb/host.h>
 #include <kxcoreemb/image_loader.h>
 #include <kxcoreemb/pixel_blender.h>

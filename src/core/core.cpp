@@ -101,6 +101,7 @@ void kxcCoreBuild(INT32 width, INT32 height, void (*appPrefs)(KxcAppPrefs&))
     if (!kxcCore->resources || !kxcCore->mathTables || !kxcCore->archives)
         panicOutOfMemory(prefs.outOfMemoryMessage, sizeof(KxcMathTables));
     kxcCore->lastMilliseconds = kxcPlatformMilliseconds();
+    kxcGLResetFillers();
     KxcCore::resetControlMappings();
 }
 

@@ -1,6 +1,7 @@
 // core_state.h - the one object that every engine service hangs from, and the steps by which hosts run it.
 #pragma once
 
+#include "gl/texture_cache.h"
 #include "gl/triangle.h"
 
 #include <kxcoreemb/core.h>
@@ -46,6 +47,7 @@ struct KxcCoreState
     const KxcGLDeviceInfo* currentDeviceInfo; // one of them, or null
     KxcGLFillerTables fillers;                // those that were registered
     KxcGLTexture* textures;                   // the game's: all that live, newest first
+    KxcGLTextureCache textureCache;           // what the fillers read texels through
 
     KxcCFLResourceFilter* archiveFilters; // owned: newest first
     KxcCFL* archives;                     // owned: the merged archive directory; null when there is none

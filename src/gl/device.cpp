@@ -4,6 +4,8 @@
 #include "core/core_state.h"
 #include "surfaces/surface_descriptor.h"
 
+#include <kxcoreemb/gl_texture.h>
+
 #include <cstring>
 #include <utility>
 
@@ -24,7 +26,14 @@ INT32 mirror(INT32 extent, INT32 coordinate)
 
 } // namespace
 
-KxcGLDevice::~KxcGLDevice() { KxcGLDevice::deinitialize(); }
+KxcGLDevice::KxcGLDevice(UINT32 flags) : m_flags(flags) { kxcGLResetFillers(); }
+
+KxcGLDevice::~KxcGLDevice()
+{
+    KxcGLDevice::deinitialize();
+    for (KxcGLTexture* texture = kxcCore ? kxcCore->textures : nullptr; texture; texture = texture->getNext())
+        texture->setGLData(0); // it meant something to this device only
+}
 
 INT32 KxcGLDevice::initialize()
 {
@@ -190,3 +199,9 @@ void KxcGLDevice::present()
 }
 
 void KxcGLDevice::onSurfaceLock() {}
+
+void KxcGLDevice::onTextureCreated(KxcGLTexture*) {}
+
+void KxcGLDevice::onTextureDestroyed(KxcGLTexture*) {}
+
+void KxcGLDevice::onTextureSelected(KxcGLTexture*) {}

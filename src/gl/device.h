@@ -3,13 +3,15 @@
 
 #include <kxcoreemb/gl.h>
 
+class KxcGLTexture;
+
 /// The base device: a frame of the screen's size, turned as its creation flags ask, presented straight or rotated.
 ///
 /// Variants derive from it. The order of the virtual operations is theirs to keep.
 class KxcGLDevice
 {
 public:
-    explicit KxcGLDevice(UINT32 flags = 0) : m_flags(flags) {}
+    explicit KxcGLDevice(UINT32 flags = 0); ///< forgets all registered fillers
     virtual ~KxcGLDevice();
     KxcGLDevice(const KxcGLDevice&) = delete;
     KxcGLDevice& operator=(const KxcGLDevice&) = delete;
@@ -29,6 +31,9 @@ public:
     /// Fills a rectangle of the render target, blended by the colour's alpha. @param color  0xAARRGGBB
     virtual void fillRect(INT32 x, INT32 y, INT32 width, INT32 height, UINT32 color);
     virtual void onSurfaceLock(); ///< a surface is about to be read or written: finish what draws into it
+    virtual void onTextureCreated(KxcGLTexture* texture);
+    virtual void onTextureDestroyed(KxcGLTexture* texture); ///< the last of those that share their levels
+    virtual void onTextureSelected(KxcGLTexture* texture);  ///< the next triangle that is filled shows it
 
 protected:
     enum : INT32

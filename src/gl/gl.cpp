@@ -2,6 +2,8 @@
 #include "core/core_state.h"
 #include "gl/device.h"
 
+#include <kxcoreemb/gl_texture.h>
+
 #include <new>
 
 namespace
@@ -44,6 +46,8 @@ KxcGLDevice* makeDevice(UINT32 deviceId, UINT32 flags)
         return nullptr;
     }
     kxcCore->currentDeviceInfo = info;
+    for (KxcGLTexture* texture = kxcCore->textures; texture; texture = texture->getNext())
+        device->onTextureCreated(texture);
     return device;
 }
 

@@ -1,0 +1,164 @@
+// gl_texture.h - textures of the 3D renderer: their levels, and the builders that say what is in them.
+//
+// KxcGLTextureFromFile::create makes one from an image file. For other sources derive a builder and pass it to
+// KxcGLTexture::create. Then KxcGL::setTexture.
+#pragma once
+
+#include <kxcoreemb/resource_manager.h>
+#include <kxcoreemb/surface.h>
+
+class KxcGLComplexSurfaceResource;
+
+/// Creation flags of textures.
+enum KXCTEXTURE : INT32
+{
+    KXCTEXTURE_RESIDENT = 1,      ///< the levels are never evicted
+    KXCTEXTURE_POINTMIP = 0x100,  ///< make smaller levels by taking every second texel
+    KXCTEXTURE_LINEARMIP = 0x200, ///< make smaller levels by averaging 2 x 2 texels
+    KXCTEXTURE_UNSHARED = 0x400,  ///< never share levels with another texture
+    KXCTEXTURE_COLORKEY = 0x800,  ///< texels of the key colour are transparent: a KXCSURFACEFORMAT_5515 texture
+    KXCTEXTURE_LAZY = 0x1000,     ///< load at the first use, not at creation
+    KXCTEXTURE_PALETTED = 0x2000, ///< keep a paletted image so, unless it has alpha or a colour key
+};
+
+/// Says what is in the levels of a texture. Level 0 is the largest.
+class KXC_API KxcGLTextureBuilder
+{
+public:
+    virtual INT32 getSurfaceCount() = 0;
+    virtual void getSurfaceParams(INT32 level, INT32& width, INT32& height, INT32& format) = 0;
+    /// Writes the texels of a level, rows without gaps, a palette before them. Called for one level after another;
+    /// those before it can be locked through the resource. @return not 0 on success
+    virtual INT32 fillSurface(INT32 level, void* texels, KxcGLComplexSurfaceResource* resource) = 0;
+    virtual ~KxcGLTextureBuilder();
+    /// Whether another builder of this kind makes the same texels.
+    virtual INT32 sameClassEquals(KxcGLTextureBuilder* other) = 0;
+
+    /// Whether textures of the two builders may share their levels.
+    bool equals(KxcGLTextureBuilder* other);
+    INT32 getKind() const { return m_kind; }
+    INT32 getFlags() const { return m_flags; }
+
+    KxcGLTextureBuilder(const KxcGLTextureBuilder&) = delete;
+    KxcGLTextureBuilder& operator=(const KxcGLTextureBuilder&) = delete;
+
+protected:
+    /// @param kind   one number for each derived class; 1 is KxcGLTextureFromFile's @param flags  KXCTEXTURE_ bits
+    KxcGLTextureBuilder(INT32 kind, INT32 flags) : m_kind(kind), m_flags(flags) {}
+
+    INT32 m_kind, m_flags;
+};
+
+/// The levels of one texture, or of several that share them, in memory that the resource manager may reclaim.
+class KXC_API KxcGLComplexSurfaceResource : public KxcResource
+{
+public:
+    ~KxcGLComplexSurfaceResource() override;
+    /// Opens a level until as many unlock() calls; levels are loaded first if need be.
+    /// @return null for a level that does not exist or cannot be loaded
+    KxcGLSurface* lock(INT32 level);
+    INT32 unlock(INT32 level); ///< 0 for one that is not locked
+    INT32 getSurfaceCount() const { return m_count; }
+    INT32 getSurfaceFormat() const; ///< of level 0
+
+    INT32 callback(void* data) override; ///< has the builder fill all levels
+
+private:
+    friend class KxcGLTexture;
+    struct Level
+    {
+        KxcGLSurface* surface; // owned; without pixels while it is not locked
+        UINT32 offset;         // in bytes
+        INT32 locks;
+    };
+    static KxcGLComplexSurfaceResource* create(KxcGLTextureBuilder* builder, INT32 flags);
+    KxcGLComplexSurfaceResource() = default;
+    bool init(KxcGLTextureBuilder* builder, INT32 flags);
+
+    KxcGLTextureBuilder* m_builder = nullptr; // a sharing texture's
+    INT32 m_sharers = 1;                      // textures
+    INT32 m_count = 0;
+    Level* m_levels = nullptr; // owned
+    INT32 m_locks = 0;         // of all levels
+    char* m_memory = nullptr;  // while there are locks
+};
+
+/// A chain of pictures for the renderer, each half as wide and high as the one before.
+///
+/// Units      texels. The width is a power of two up to 256, the height a power of two, in every level.
+/// Formats    KXCSURFACEFORMAT_55X5, _5515 and _PALETTE8 can be drawn.
+/// Ownership  the game's: it deletes its textures, when no queued triangle uses them any more. A texture deletes its
+///            builder.
+/// Failure    create() returns null for sizes that cannot be drawn and when memory runs out. A texture whose image
+///            cannot be loaded exists; lock() returns null and its triangles are not drawn.
+/// Threads    the frame thread only.
+class KXC_API KxcGLTexture
+{
+public:
+    /// @param builder  the texture's from then on; still the caller's where this returns null
+    /// @param flags    KXCTEXTURE_ bits; KXCTEXTURE_UNSHARED, KXCTEXTURE_LAZY and KXCTEXTURE_RESIDENT count
+    static KxcGLTexture* create(KxcGLTextureBuilder* builder, INT32 flags);
+    virtual ~KxcGLTexture();
+
+    /// Opens a level until unlock(); its texels may be read and written, but are lost when they are evicted.
+    /// @return null for a level that does not exist or cannot be loaded
+    KxcGLSurface* lock(INT32 level);
+    INT32 unlock(INT32 level); ///< 0 for one that is not locked
+    void preload();            ///< loads the levels now
+
+    INT32 getSurfaceCount() const;
+    INT32 getSurfaceFormat() const; ///< of level 0
+    INT32 getTexelFormat() const { return m_texelFormat; }
+    INT32 getPrimarySurfaceWidth() const { return m_width; }
+    INT32 getPrimarySurfaceHeight() const { return m_height; }
+    KxcGLTextureBuilder* getBuilder() const { return m_builder; }
+    KxcGLTexture* getNext() const { return m_next; } ///< the next older texture
+    INT32 getGLData() const { return m_glData; }     ///< a word for the device; 0 when the device goes
+    void setGLData(INT32 data) { m_glData = data; }
+
+    // Write the level below the source's, half as wide and high, rows without gaps. Nothing where the source has
+    // no pixels or another format.
+    static void filterMapPointSample55X5(KxcGLSurface* source, void* target);
+    static void filterMapLinear55X5(KxcGLSurface* source, void* target);
+    static void filterMapPointSample5515(KxcGLSurface* source, void* target);
+    static void filterMapLinear5515(KxcGLSurface* source, void* target); ///< opaque where all four texels are
+    static void filterMapPointSamplePal55X5(KxcGLSurface* source, void* target);
+
+    KxcGLTexture(const KxcGLTexture&) = delete;
+    KxcGLTexture& operator=(const KxcGLTexture&) = delete;
+
+private:
+    KxcGLTexture() = default;
+    bool init(KxcGLTextureBuilder* builder, INT32 flags);
+
+    KxcGLTextureBuilder* m_builder = nullptr;          // owned
+    KxcGLComplexSurfaceResource* m_resource = nullptr; // owned together with its other sharers
+    KxcGLTexture* m_next = nullptr;
+    INT32 m_width = 0, m_height = 0, m_texelFormat = 0, m_glData = 0;
+};
+
+/// Builds a texture from an image file: level 0 is the image, the smaller levels are made from it.
+class KXC_API KxcGLTextureFromFile : public KxcGLTextureBuilder
+{
+public:
+    /// Textures of one file name (whatever its case) and the same flags share their levels, so the colour key of the
+    /// first one holds for all.
+    /// @param name      as for KxcFile::open @param flags  KXCTEXTURE_ bits @param colorKey  0x00RRGGBB
+    /// @return null where there is no such image, its sides cannot be drawn, or memory runs out
+    static KxcGLTexture* create(const char* name, INT32 flags, UINT32 colorKey);
+    ~KxcGLTextureFromFile() override;
+    /// Fills in size, format and the number of levels from the file, and corrects the flags.
+    static void loadTextureInfo(KxcGLTextureFromFile* builder);
+
+    INT32 getSurfaceCount() override;
+    void getSurfaceParams(INT32 level, INT32& width, INT32& height, INT32& format) override;
+    INT32 fillSurface(INT32 level, void* texels, KxcGLComplexSurfaceResource* resource) override;
+    INT32 sameClassEquals(KxcGLTextureBuilder* other) override;
+
+private:
+    KxcGLTextureFromFile(INT32 flags, UINT32 colorKey);
+
+    char* m_name = nullptr; // owned
+    INT32 m_width = 0, m_height = 0, m_levels = 0, m_format = 0;
+    UINT32 m_colorKey;
+};

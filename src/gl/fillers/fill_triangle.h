@@ -1,0 +1,337 @@
+// fill_triangle.h - the one loop over a triangle's spans, from which all fillers are made.
+//
+// fillTriangle walks the rows and carries the interpolated values down the left edges; Span walks the pixels of one
+// row. A pixel belongs to the triangle when its position is not before the left edge and before the right one, rows
+// likewise, so neighbours share no pixel and leave none out. Whatever lies outside the render target is skipped
+// without a change to the pixels inside: runs of a perspective span begin where they would without the target's edge.
+#pragma once
+
+#include "core/core_state.h"
+#include "gl/fillers/policies.h"
+#include "gl/fillers/scan.h"
+
+namespace
+{
+
+using kxcScan::add;
+using kxcScan::multiply;
+using kxcScan::scale;
+
+constexpr INT64 kOneOverW = INT64(1) << 42; // divided by 32 w
+constexpr int kPerspectiveShift = 21;
+constexpr INT32 kRun = 16;                // pixels from one perspective division to the next
+constexpr INT64 kLeastW = 655;            // 0.01, for a w of 0
+constexpr INT64 kReplacedZero = 0x200000; // for a 1 / w of 0
+
+/// u * q >> 21 without losing the high bits of the product.
+inline INT64 divideByW(INT64 u, INT64 q)
+{
+    constexpr INT64 kLow = (INT64(1) << kPerspectiveShift) - 1;
+    return add(multiply(u >> kPerspectiveShift, q), multiply(u & kLow, q) >> kPerspectiveShift);
+}
+
+/// 0..255 as a blend factor 0..32.
+constexpr UINT16 blendFactor(UINT32 alpha)
+{
+    const UINT32 t = (alpha + 4) * 32;
+    return narrow(((t >> 8) + t) >> 8);
+}
+
+template <class Shade, class Texel, class Blend, bool kPerspective>
+struct Span
+{
+    static constexpr bool kGouraudAlpha = Blend::kBlends && Shade::kChannels > 0;
+    static constexpr int kChannels = Shade::kChannels + kGouraudAlpha;
+    static constexpr int kU = kChannels, kV = kChannels + 1, kQ = kChannels + 2; // texture values follow the channels
+    static constexpr int kValues = kChannels + (Texel::kTextured ? kPerspective ? 3 : 2 : 0);
+    static constexpr int kBatch = 8; // pixels that vector units do at a time
+    static constexpr UINT32 kChannelEnd = 256u << 16;
+
+    // Of the triangle
+    kxcScan::Level level;
+    Channels flat;
+    UINT16 flatAlpha;
+    INT64 gradient[kValues + 1];
+
+    // At the current pixel
+    UINT32 channel[kChannels + 1];
+    UINT32 u, v, uStep, vStep;
+
+    UINT16 pixel(UINT16 texel, const UINT16* light, UINT16 d) const
+    {
+        UINT16 out;
+        if constexpr (Texel::kTextured && !Blend::kBlends && Shade::kSlot == 0)
+            out = Texel::kCutOut ? narrow(texel & ~UINT32(kOpaque)) : texel;
+        else
+        {
+            const Channels s = Texel::kTextured ? Shade::shade(split(texel), flat, light) : Shade::color(flat, light);
+            const UINT16 a = kGouraudAlpha ? light[Shade::kChannels] : flatAlpha;
+            const Channels old = split(d);
+            out = join({Blend::channel(old.r, s.r, a), Blend::channel(old.g, s.g, a), Blend::channel(old.b, s.b, a)});
+            if constexpr (Blend::kKeepsAtZero)
+                out = a ? out : d;
+        }
+        if constexpr (Texel::kCutOut)
+            out = texel & kOpaque ? out : d;
+        return out;
+    }
+
+    /// A fixed number of pixels, in steps that the compiler turns into vectors.
+    template <int kCount>
+    void batch(UINT16* __restrict out, const UINT32* start)
+    {
+        UINT16 texels[kCount] = {}, light[kChannels + 1][kCount];
+        if constexpr (Texel::kTextured)
+            for (int i = 0; i < kCount; ++i, u += uStep, v += vStep)
+                texels[i] = Texel::fetch(level.palette, level.texels,
+                                         ((v & level.vMask) >> level.vShift) + (u >> 16 & level.uMask));
+        for (int c = 0; c < kChannels; ++c)
+        {
+            const UINT32 step = static_cast<UINT32>(gradient[c]);
+            for (int i = 0; i < kCount; ++i)
+                light[c][i] = narrow((start[c] + static_cast<UINT32>(i) * step) >> 19);
+        }
+        for (int i = 0; i < kCount; ++i)
+        {
+            UINT16 own[kChannels + 1] = {};
+            for (int c = 0; c < kChannels; ++c)
+                own[c] = light[c][i];
+            out[i] = pixel(texels[i], own, out[i]);
+        }
+    }
+
+    /// Pixels whose channels all stay in range.
+    void piece(UINT16* out, INT32 count, UINT32* start)
+    {
+        const auto advance = [&](UINT32 pixels)
+        {
+            for (int c = 0; c < kChannels; ++c)
+                start[c] += pixels * static_cast<UINT32>(gradient[c]);
+        };
+        for (; count >= kBatch; count -= kBatch, out += kBatch, advance(kBatch))
+            batch<kBatch>(out, start);
+        for (; count > 0; --count, ++out, advance(1))
+            batch<1>(out, start);
+    }
+
+    /// Draws from the current pixel on. Rounding can carry a channel out of range at either end of a span: there
+    /// pieces shrink to single pixels, which are clamped.
+    void draw(UINT16* out, INT32 count)
+    {
+        if constexpr (kChannels == 0)
+            piece(out, count, channel);
+        else
+            while (count > 0)
+            {
+                INT32 length = count;
+                while (length > 1 && !staysInRange(length))
+                    length /= 2;
+                UINT32 start[kChannels];
+                for (int c = 0; c < kChannels; ++c)
+                {
+                    const UINT32 value = channel[c];
+                    start[c] = value < kChannelEnd ? value : value >> 31 ? 0 : kChannelEnd - 1;
+                    channel[c] += static_cast<UINT32>(length) * static_cast<UINT32>(gradient[c]);
+                }
+                piece(out, length, start);
+                out += length;
+                count -= length;
+            }
+    }
+
+    bool staysInRange(INT32 count) const
+    {
+        UINT32 all = 0;
+        for (int c = 0; c < kChannels; ++c)
+            all |= channel[c] | (channel[c] + static_cast<UINT32>(count - 1) * static_cast<UINT32>(gradient[c]));
+        return all < kChannelEnd;
+    }
+
+    /// One row. @param left, right   the span's pixels, of which begin to end - 1 lie on the target
+    ///          @param row, values   the row's first pixel; what the left edge carries
+    ///          @param lead          from the left edge to the first pixel of the span, 0..0xFFFF
+    void row(UINT16* row, INT64 left, INT64 right, INT64 begin, INT64 end, INT64 lead, const kxcScan::Slope* values)
+    {
+        const auto atPixel = [&](int i, INT64 x)
+        { return add(add(values[i].value, scale(gradient[i], lead)), multiply(gradient[i], x - left)); };
+
+        for (int c = 0; c < kChannels; ++c)
+            channel[c] = static_cast<UINT32>(atPixel(c, begin));
+        if constexpr (Texel::kTextured && kPerspective)
+            perspectiveRuns(row, left, right, begin, end, atPixel(kQ, left), atPixel(kU, left), atPixel(kV, left));
+        else
+        {
+            if constexpr (Texel::kTextured)
+            {
+                // Clipped pixels are stepped over in texels of the level, as the others are.
+                const UINT32 skipped = static_cast<UINT32>(begin - left);
+                u = static_cast<UINT32>(atPixel(kU, left) >> level.level) + skipped * uStep;
+                v = static_cast<UINT32>(atPixel(kV, left) >> level.level) + skipped * vStep;
+            }
+            draw(row + begin, static_cast<INT32>(end - begin));
+        }
+    }
+
+    void perspectiveRuns(UINT16* row, INT64 left, INT64 right, INT64 begin, INT64 end, INT64 q, INT64 uq, INT64 vq)
+    {
+        INT64 x = left, length = (right - left) % kRun;
+        length = length ? length : kRun;
+        const auto step = [&](INT64 pixels)
+        {
+            x += pixels;
+            q = add(q, multiply(gradient[kQ], pixels));
+            uq = add(uq, multiply(gradient[kU], pixels));
+            vq = add(vq, multiply(gradient[kV], pixels));
+        };
+        if (begin - x >= length) // leave out the runs before the target
+        {
+            step(length + (begin - x - length) / kRun * kRun);
+            length = kRun;
+        }
+        INT64 w = kOneOverW / (q ? q : kReplacedZero);
+        INT64 uStart = multiply(uq, w) >> kPerspectiveShift, vStart = multiply(vq, w) >> kPerspectiveShift;
+        while (x < end)
+        {
+            step(length);
+            w = kOneOverW / (q ? q : kReplacedZero);
+            const INT64 uEnd = multiply(uq, w) >> kPerspectiveShift, vEnd = multiply(vq, w) >> kPerspectiveShift;
+            const INT64 uWay = kxcScan::subtract(uEnd, uStart), vWay = kxcScan::subtract(vEnd, vStart);
+            uStep = static_cast<UINT32>(length == kRun ? uWay >> 9 : uWay / (32 * length));
+            vStep = static_cast<UINT32>(length == kRun ? vWay >> 9 : vWay / (32 * length));
+            u = static_cast<UINT32>(uStart >> 5);
+            v = static_cast<UINT32>(vStart >> 5);
+            const INT64 first = x - length;
+            const INT64 skipped = first < begin ? begin - first : 0;
+            u += static_cast<UINT32>(skipped) * uStep;
+            v += static_cast<UINT32>(skipped) * vStep;
+            draw(row + first + skipped, static_cast<INT32>((x < end ? x : end) - first - skipped));
+            uStart = uEnd;
+            vStart = vEnd;
+            length = kRun;
+        }
+    }
+
+    /// What the corners have of each interpolated value, from top to bottom.
+    static void gather(const KxcGLTriangle::Corners& corners, const kxcScan::Scan& scan, const KxcVector4* vertices,
+                       INT64 width, INT64 height, INT64 (*values)[3])
+    {
+        for (int i = 0; i < 3; ++i)
+        {
+            const int corner = scan.order[i];
+            const UINT32 color = corners.color[corner];
+            for (int c = 0; c < Shade::kChannels; ++c)
+                values[c][i] = (color >> Shade::kShifts[c] & 255) << 16;
+            if constexpr (kGouraudAlpha)
+                values[Shade::kChannels][i] = (color >> 24) << 16;
+            if constexpr (Texel::kTextured)
+            {
+                INT64 uCorner = multiply(corners.u[corner].raw(), width);
+                INT64 vCorner = multiply(corners.v[corner].raw(), height);
+                if constexpr (kPerspective)
+                {
+                    const INT64 w = vertices[corners.vertex[corner]].w.raw();
+                    const INT64 q = kOneOverW / ((w ? w : kLeastW) * 32);
+                    uCorner = divideByW(multiply(uCorner, 32), q);
+                    vCorner = divideByW(multiply(vCorner, 32), q);
+                    values[kQ][i] = q;
+                }
+                values[kU][i] = uCorner;
+                values[kV][i] = vCorner;
+            }
+        }
+    }
+};
+
+template <class Shade, class Texel, class Blend, bool kPerspective>
+void fillTriangle(const KxcGLTriangle* triangle, const KxcVector4* vertices)
+{
+    using kxcScan::Edge;
+    using kxcScan::Slope;
+
+    kxcScan::Scan scan;
+    INT32 textureWidth = 0, textureHeight = 0;
+    if (!scan.begin(*triangle, vertices) || (Texel::kTextured && !kxcScan::textureSize(textureWidth, textureHeight)))
+        return;
+
+    Span<Shade, Texel, Blend, kPerspective> span;
+    constexpr int kValues = span.kValues;
+    const UINT32 color = triangle->corners.color[0];
+    span.flat = {narrow(color >> 16 & 255), narrow(color >> 8 & 255), narrow(color & 255)};
+    span.flatAlpha = blendFactor(color >> 24);
+    INT64 corners[kValues + 1][3];
+    span.gather(triangle->corners, scan, vertices, textureWidth, textureHeight, corners);
+    for (int i = 0; i < kValues; ++i)
+        span.gradient[i] = scan.gradient(corners[i]);
+    if constexpr (Texel::kTextured)
+    {
+        const INT32 wanted = kPerspective ? 0 : kxcScan::chooseLevel(span.gradient[span.kU], span.gradient[span.kV]);
+        if (!span.level.open(wanted, Texel::kFormat))
+            return;
+        if constexpr (!kPerspective)
+        {
+            span.uStep = static_cast<UINT32>(span.gradient[span.kU] >> span.level.level);
+            span.vStep = static_cast<UINT32>(span.gradient[span.kV] >> span.level.level);
+        }
+    }
+
+    const kxcScan::Target target;
+    Slope left = {}, right = {}, values[kValues + 1] = {};
+    const Edge *leftEdge = nullptr, *rightEdge = nullptr;
+    for (int part = 1; part <= 2; ++part) // above the middle corner, below it
+    {
+        const Edge& side = scan.edges[part];
+        const INT64 begin = side.first > 0 ? side.first : 0, end = side.end < target.height ? side.end : target.height;
+        if (begin >= end)
+            continue;
+        const Edge* now = scan.longOnRight ? &side : &scan.edges[0];
+        if (now != leftEdge)
+        {
+            left.begin(*now, scan.x, begin);
+            for (int i = 0; i < kValues; ++i)
+                values[i].begin(*now, corners[i], begin);
+            leftEdge = now;
+        }
+        now = scan.longOnRight ? &scan.edges[0] : &side;
+        if (now != rightEdge)
+        {
+            right.begin(*now, scan.x, begin);
+            rightEdge = now;
+        }
+        UINT16* row = target.pixels + begin * target.width;
+        for (INT64 y = begin; y < end; ++y, row += target.width)
+        {
+            const INT64 first = kxcScan::ceil(left.value), last = kxcScan::ceil(right.value);
+            const INT64 from = first > 0 ? first : 0, to = last < target.width ? last : target.width;
+            if (from < to)
+                span.row(row, first, last, from, to, first * kxcScan::kOne - left.value, values);
+            left.next();
+            right.next();
+            for (int i = 0; i < kValues; ++i)
+                values[i].next();
+        }
+    }
+}
+
+/// Puts a filler in its slots of the tables. Without a texture, perspective and what a texture alone would show make
+/// no difference.
+template <class Shade, class Texel, class Blend, bool kPerspective>
+void useFiller()
+{
+    if (!kxcCore)
+        return;
+    KxcGLFiller* slots = kxcCore->fillers[Blend::kRow][Texel::kColumn];
+    const KxcGLFiller filler = fillTriangle<Shade, Texel, Blend, kPerspective>;
+    if (Texel::kTextured)
+        slots[Shade::kSlot + (kPerspective ? 4 : 0)] = filler;
+    else
+    {
+        slots[Shade::kSlot] = slots[Shade::kSlot + 4] = filler;
+        if (Shade::kSlot == ShadeFlat::kSlot)
+            slots[ShadeNone::kSlot] = slots[ShadeNone::kSlot + 4] = filler;
+    }
+}
+
+} // namespace
+
+#define KXC_GL_DEFINE_FILLER(name, shading, texel, blend, perspective) \
+    void kxcGLUseFiller##name() { useFiller<Shade##shading, Texel##texel, Blend##blend, perspective>(); }

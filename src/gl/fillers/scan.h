@@ -1,0 +1,98 @@
+// scan.h - what all fillers share: a triangle's edges, the gradients across it, and the surfaces it goes between.
+//
+// Differences and products are 64 bits wide, so that no coordinate of a vertex overflows; what a caller's values can
+// overflow all the same wraps. Values are carried along the left edges only.
+#pragma once
+
+#include "gl/triangle.h"
+
+class KxcGLSurface;
+
+namespace kxcScan
+{
+
+constexpr INT64 kOne = 0x10000; // 1.0
+
+inline INT64 add(INT64 a, INT64 b) { return static_cast<INT64>(static_cast<UINT64>(a) + static_cast<UINT64>(b)); }
+inline INT64 subtract(INT64 a, INT64 b) { return static_cast<INT64>(static_cast<UINT64>(a) - static_cast<UINT64>(b)); }
+inline INT64 multiply(INT64 a, INT64 b) { return static_cast<INT64>(static_cast<UINT64>(a) * static_cast<UINT64>(b)); }
+/// The product with a 16.16 factor, floored.
+inline INT64 scale(INT64 a, INT64 factor) { return multiply(a, factor) >> 16; }
+/// The first pixel whose position is not before a 16.16 coordinate.
+inline INT64 ceil(INT64 coordinate) { return add(coordinate, 0xFFFF) >> 16; }
+
+/// A side of the triangle, from a corner down to another; covers rows first to end - 1.
+struct Edge
+{
+    INT32 from, to;   // 0 the top corner, 1 the middle one, 2 the bottom one
+    INT64 first, end; // rows
+    INT64 inverse;    // 1 / height, at most 1.0
+    INT64 lead;       // from the corner down to the first row, in 0..0xFFFF
+};
+
+/// A value that changes linearly down an edge.
+struct Slope
+{
+    INT64 value, step; // at the current row; from row to row
+
+    void begin(const Edge& edge, const INT64* corners, INT64 row)
+    {
+        step = scale(subtract(corners[edge.to], corners[edge.from]), edge.inverse);
+        value = add(corners[edge.from], scale(step, edge.lead));
+        if (row > edge.first)
+            value = add(value, multiply(step, row - edge.first));
+    }
+    void next() { value = add(value, step); }
+};
+
+/// The geometry of one triangle.
+struct Scan
+{
+    INT32 order[3]; // the record's corners from top to bottom
+    INT64 x[3], y[3];
+    INT64 ratio;   // of the long edge, down to the middle corner's row
+    INT64 width;   // signed: from the middle corner to the long edge; at least 1.0 in magnitude
+    Edge edges[3]; // the long one, the upper short one, the lower short one
+    bool longOnRight;
+
+    /// @return false where there is nothing to draw
+    bool begin(const KxcGLTriangle& triangle, const KxcVector4* vertices);
+    /// By how much a value of the corners (from top to bottom) changes from one pixel to the next.
+    INT64 gradient(const INT64* corners) const
+    {
+        const INT64 across = add(corners[0], scale(subtract(corners[2], corners[0]), ratio));
+        return multiply(subtract(across, corners[1]), kOne) / width;
+    }
+};
+
+/// The render target, locked for as long as this lives; width is 0 where there is none.
+struct Target
+{
+    Target();
+    ~Target();
+    Target(const Target&) = delete;
+    Target& operator=(const Target&) = delete;
+
+    KxcGLSurface* surface;
+    UINT16* pixels;
+    INT32 width, height;
+};
+
+/// A level of the current texture.
+struct Level
+{
+    INT32 level;
+    const UINT16* palette; // PALETTE8
+    const void* texels;    // UINT16; PALETTE8: UINT8
+    UINT32 uMask, vMask, vShift;
+
+    /// Opens a level, or level 0 where there is no such level. @return false where neither can be had in the format
+    bool open(INT32 wanted, INT32 format);
+};
+
+/// The sides of the current texture's level 0. @return false where there is no texture
+bool textureSize(INT32& width, INT32& height);
+/// The level for an affine triangle, one sharper than its texel rate. @param du, dv  texels of level 0 a pixel
+INT32 chooseLevel(INT64 du, INT64 dv);
+
+} // namespace kxcScan
