@@ -3,6 +3,7 @@
 
 #include <kxcoreemb/cfl.h>
 #include <kxcoreemb/cfl_filter.h>
+#include <kxcoreemb/cfl_maker.h>
 
 #include <cstring>
 
@@ -101,7 +102,13 @@ TEST_F(Files, OfArchivesThatHoldThemselvesAreRefusedNotSoughtForEver)
 
 TEST_F(Files, OfDamagedArchivesAreRefusedOrReadInBoundsWhereverTheyAreCutOrChanged)
 {
-    const std::string whole = archiveOf({{"first", "some bytes"}, {"second", "more bytes than before"}});
+    kxcUseCFLFilterZlib();
+    KxcCFLMaker* maker = KxcCFLMaker::create("zlib.cfl");
+    for (const char* name : {"first", "second", "third"})
+        maker->store(name, reinterpret_cast<const INT8*>("bytes that zlib makes shorter, shorter, shorter"), 47, 1);
+    ASSERT_EQ(maker->finish(1), 1);
+    const std::string archives[] = {archiveOf({{"first", "some bytes"}, {"second", "more bytes than before"}}),
+                                    onDisk("zlib.cfl")};
     const auto visit = [](const std::string& bytes)
     {
         Directory directory(KxcCFL::create(memoryFile(bytes)));
@@ -117,15 +124,67 @@ TEST_F(Files, OfDamagedArchivesAreRefusedOrReadInBoundsWhereverTheyAreCutOrChang
         }
         return true;
     };
-    EXPECT_TRUE(visit(whole));
-    for (size_t length = 0; length + 8 < whole.size(); ++length)
-        EXPECT_FALSE(visit(whole.substr(0, length))) << length;
-    for (size_t at = 0; at < whole.size(); ++at)
-        for (char bit : {'\x01', '\x80', '\xFF', '\x7F'})
-        {
-            std::string changed = whole;
-            changed[at] = static_cast<char>(changed[at] ^ bit);
-            visit(changed);
-            visit("xxxx" + changed); // found through the trailer
-        }
+    for (const std::string& whole : archives)
+    {
+        EXPECT_TRUE(visit(whole));
+        for (size_t length = 0; length + 8 < whole.size(); ++length)
+            EXPECT_FALSE(visit(whole.substr(0, length))) << length;
+        for (size_t at = 0; at < whole.size(); ++at)
+            for (char bit : {'\x01', '\x80', '\xFF', '\x7F'})
+            {
+                std::string changed = whole;
+                changed[at] = static_cast<char>(changed[at] ^ bit);
+                visit(changed);
+                visit("xxxx" + changed); // found through the trailer
+            }
+    }
+}
+
+TEST_F(Files, OfArchivesThatLieAreRefusedAndChangeNothing)
+{
+    kxcUseCFLFilterZlib();
+    putArchive("good.cfl", {{"x", "old"}});
+    const std::string whole = archiveOf({{"x", "new"}, {"y", "other"}});
+    const size_t directory = whole.size() - 8 - 30; // two records of 15 bytes
+    const auto patched = [&whole](size_t at, UINT32 value) { return std::string(whole).replace(at, 4, u32(value)); };
+    // A directory of a million entries that all lie in the same four bytes, as large as zlib allows.
+    std::string many;
+    for (INT32 i = 0; i < 1000000; ++i)
+        many += u32(1) + u32(12) + u32(0) + std::string("\0", 2);
+    UINT32 word = 1;
+    const std::unique_ptr<KxcCFLResource> packed(KxcCFLResourceFilter::handle(
+        reinterpret_cast<const INT8*>(many.data()), static_cast<UINT32>(many.size()), word));
+    const std::string bomb = "CFL3" + u32(17) + u32(14000000) + u32(1) + "x" + u32(1) + u32(packed->getLength()) +
+                             std::string(reinterpret_cast<const char*>(packed->getData()), packed->getLength());
+    const std::pair<const char*, std::string> lies[] = {
+        {"a directory longer than it is", patched(8, 31)},
+        {"a directory shorter than it is", patched(8, 29)},
+        {"a directory without a length", patched(8, 0)},
+        {"a directory behind the end", patched(4, 1000)},
+        {"a directory at a negative place", patched(4, 0xFFFFFFF0)},
+        {"a directory that goes on behind the end", patched(directory - 4, 1000)},
+        {"a directory filter that nobody knows", patched(directory - 8, 7)},
+        {"a record that runs past the directory", patched(directory + 15 + 12, 0x7A000002)},
+        {"a size that no file has", patched(directory, 0x80000000)},
+        {"a name that nobody can ask for", std::string(whole).replace(directory + 14, 1, 1, '\0')},
+        {"more entries than there is room for", bomb}};
+    for (const auto& [lie, bytes] : lies)
+    {
+        put("liar.cfl", bytes);
+        EXPECT_EQ(KxcCore::openCFL("liar.cfl"), 0) << lie;
+        EXPECT_EQ(content("x", KXCFILE_CFL_ONLY), "old") << lie;
+    }
+    const std::pair<const char*, std::string> entryLies[] = {
+        {"an entry longer than it is", patched(directory, 4)},
+        {"an entry shorter than it is", patched(directory, 2)},
+        {"an entry behind the end", patched(directory + 4, 0x7FFFFFFF)},
+        {"an entry that goes on behind the end", patched(12, 0x7FFFFFFF)},
+        {"a zlib stream that is none", patched(directory + 8, 1)}};
+    for (const auto& [lie, bytes] : entryLies)
+    {
+        put("liar.cfl", bytes);
+        EXPECT_EQ(KxcCore::openCFL("liar.cfl"), 1) << lie;
+        EXPECT_EQ(content("x", KXCFILE_CFL_ONLY), "-") << lie;
+        EXPECT_EQ(content("y", KXCFILE_CFL_ONLY), "other") << lie;
+    }
 }
