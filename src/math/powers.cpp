@@ -43,10 +43,7 @@ UINT32 squareRoot(UINT32 raw)
     const INT64 missing = static_cast<INT64>(square - root * root);
     root += static_cast<UINT64>((missing * static_cast<INT32>(y >> 14)) >> 41);
 
-    // That is at most one off.
-    if (root * root > square)
-        --root;
-    else if ((root + 1) * (root + 1) <= square)
+    if ((root + 1) * (root + 1) <= square) // every step rounds down: for no u is it too large, or off by more than one
         ++root;
     return static_cast<UINT32>(root) >> (shift / 2);
 }

@@ -8,7 +8,7 @@
 namespace
 {
 
-constexpr KxcFixed kZero = 0, kOne = 1, kTwo = 2, kHalf = KxcFixed::fromRaw(0x8000);
+constexpr KxcFixed kZero = 0, kOne = 1, kHalf = KxcFixed::fromRaw(0x8000);
 
 /// The Hamilton product p * q by eight multiplications instead of sixteen.
 KxcQuaternion product(const KxcQuaternion& p, const KxcQuaternion& q)

@@ -120,7 +120,7 @@ KxcFixed KxcMath::acos(KxcFixed x)
 KxcFixed KxcMath::acosFast(KxcFixed x)
 {
     const auto raw = KxcFixed::fromRaw;
-    const KxcFixed r = raw(x.raw() % 92681); // sqrt 2: the quotient has its pole before it, the results stay bounded
+    const KxcFixed r = raw(x.raw() % 92681); // below sqrt 2 in size whatever came in; -1 to 1 stay as they are
     const KxcFixed numerator = ((raw(19597) * r + raw(34828)) * r - raw(195758)) * r + raw(143745);
     const KxcFixed denominator = ((raw(9065) * r - raw(20029)) * r - raw(66368)) * r + raw(91510);
     return denominator == KxcFixed(0) ? KxcFixed(0) : numerator / denominator;

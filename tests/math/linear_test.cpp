@@ -191,6 +191,8 @@ TEST_F(Linear, AMatrixTimesItsInverseIsTheIdentity)
         flatInverse = flat;
         EXPECT_TRUE(isNear(product(flat, KxcMath::matrixInverseAffine2D(flatInverse)), identity<KxcMatrix3>(), 100));
     }
+    KxcMatrix3 turn = {{{0, 1, 0}, {-1, 0, 0}, {3, 4, 1}}}; // a quarter: the first pivot lies beside the diagonal
+    EXPECT_TRUE(isNear(KxcMath::matrixInverseAffine2D(turn), {{{0, -1, 0}, {1, 0, 0}, {-4, 3, 1}}}, 0));
     KxcMatrix3 m = {{{2, 0, 0}, {4, 0, 1}, {0, 1, 0}}};
     EXPECT_TRUE(isNear(KxcMath::matrixInverseAffine(m), {{{1, 0, 0}, {0, 0, 1}, {0, 1, 0}}}, 0)) << "stops at m[1][1]";
     m = {{{1, 2, 0}, {2, 4, 0}, {1, 1, 1}}};
@@ -201,19 +203,28 @@ TEST_F(Linear, NormalizingMakesColumnsOfLengthOneAtRightAngles)
 {
     for (int i = 0; i < 300; ++i)
     {
-        KxcMatrix4 m = randomPlacement(), before = m;
+        KxcMatrix4 m = randomPlacement();
+        const KxcMatrix4 before = m;
         KxcMath::matrixScale(m, between(0.1, 30));
         m.m[1][1] += between(-0.05, 0.05);
         KxcMath::matrixNormalize(m);
-        KxcMatrix3 turn;
-        for (int row = 0; row < 3; ++row)
-            std::copy_n(m.m[row], 3, turn.m[row]);
-        KxcMatrix3 transposed = turn;
-        EXPECT_TRUE(isNear(product(KxcMath::matrixTranspose(transposed), turn), identity<KxcMatrix3>(), 400)) << i;
-        EXPECT_EQ(m.m[3][0], before.m[3][0]);
+        EXPECT_TRUE(isNear(m, before, 40000)) << "not mirrored";
+        KxcMatrix4 transposed = m;
+        KxcMath::matrixTranspose(transposed);
+        m.m[3][0] = m.m[3][1] = m.m[3][2] = 0;
+        for (auto& row : transposed.m)
+            row[3] = 0;
+        transposed.m[3][3] = 1;
+        EXPECT_TRUE(isNear(product(transposed, m), identity<KxcMatrix4>(), 400)) << i;
     }
     KxcMatrix3 zero = {};
     EXPECT_TRUE(isNear(KxcMath::matrixNormalize(zero), {}, 0));
+
+    KxcMatrix4 m; // the last bits of a length, computed by hand
+    KxcMath::matrixLookAt(m, {0, 0, 0}, {1, 2, -2}, {0, 1, 0});
+    EXPECT_TRUE(m.m[2][0] == raw(21845) && m.m[2][1] == raw(43691) && m.m[2][2] == raw(-43692));
+    KxcMath::matrixLookAt(m, {0, 0, 0}, {raw(5), raw(-7), raw(11)}, {0, 1, 0});
+    EXPECT_TRUE(m.m[2][0] == raw(23466) && m.m[2][1] == raw(-32852) && m.m[2][2] == raw(51625));
 }
 
 TEST_F(Linear, CamerasLookAtTheirTargetAndLensesMapNearAndFar)
