@@ -27,7 +27,8 @@ public:
         const fs::path relative = fs::path(argument).lexically_normal().relative_path();
         if (relative.empty() || *relative.begin() == "..")
             return complain(argument, "lies outside the folder that names start at; see -C"), false;
-        const fs::path path = fs::path(argument).is_absolute() ? fs::path(argument) : folder / argument;
+        const fs::path path =
+            fs::path(argument).is_absolute() ? fs::path(argument) : (folder / argument).lexically_normal();
         std::error_code error;
         const fs::file_status status = fs::status(path, error);
         if (fs::is_regular_file(status))
@@ -41,7 +42,7 @@ public:
                 continue;
             error.clear();
             if (!item->is_regular_file(error)) // a link to a folder might lead round in circles
-                std::fprintf(stderr, "kxcfl: %s: left out: not a file\n", printable(item->path().string()).c_str());
+                complain(item->path().string(), "left out: not a file");
             else if (!addFile(item->path(), relative / item->path().lexically_relative(path)))
                 return false;
             error.clear();

@@ -95,10 +95,7 @@ int extractArchive(const Request& request)
             trouble = writeFile(request.folder / relative, data.get(), static_cast<size_t>(entry->getSize()));
         }
         if (trouble)
-        {
-            progress.clear();
             result = complain(entry->getName(), trouble);
-        }
         progress.advance(entry->getSize());
     }
     return result;

@@ -67,13 +67,12 @@ int test(const Request& request)
         std::unique_ptr<INT8[]> data;
         if (!archive.read(entry, data))
         {
-            progress.clear();
             complain(entry->getName(), "damaged, or stored with a filter that is not known here");
             ++bad;
         }
         progress.advance(entry->getSize());
     }
-    progress.clear();
+    Progress::hide();
     if (bad == 0)
         std::printf("%s: %zu entries, all good\n", request.archive.c_str(), entries.size());
     else
@@ -182,6 +181,7 @@ std::string printable(const std::string& name)
 
 int complain(const std::string& subject, const std::string& text)
 {
+    Progress::hide();
     std::fprintf(stderr, "kxcfl: %s: %s\n", printable(subject).c_str(), text.c_str());
     return EXIT_BAD;
 }

@@ -1,4 +1,4 @@
-// progress.h - a bar on the terminal for work that takes long; nothing where there is no terminal.
+// progress.h - a bar on the terminal for work that takes long; nothing where there is no terminal. One at a time.
 #pragma once
 
 #include <chrono>
@@ -14,8 +14,13 @@ public:
           m_shows(isatty(STDERR_FILENO) != 0),
           m_next(Clock::now() + kPatience)
     {
+        s_current = this;
     }
-    ~Progress() { clear(); }
+    ~Progress()
+    {
+        hide();
+        s_current = nullptr;
+    }
 
     /// @param amount  done since the last call, of the total
     void advance(double amount)
@@ -30,18 +35,21 @@ public:
         m_next = Clock::now() + kPause;
     }
 
-    /// Takes the bar away, so that something else can be printed.
-    void clear()
+    /// Takes the bar away, if there is one, so that something else can be printed.
+    static void hide()
     {
-        if (m_drawn)
+        if (s_current && s_current->m_drawn)
+        {
             std::fprintf(stderr, "\r%*s\r", kWidth + 8, "");
-        m_drawn = false;
+            s_current->m_drawn = false;
+        }
     }
 
 private:
     typedef std::chrono::steady_clock Clock;
     static constexpr std::chrono::milliseconds kPatience{300}, kPause{50};
     static constexpr int kWidth = 50;
+    static inline Progress* s_current = nullptr;
 
     double m_total, m_done = 0;
     bool m_shows, m_drawn = false;
