@@ -45,16 +45,17 @@ struct Span
     static constexpr int kU = kChannels, kV = kChannels + 1, kQ = kChannels + 2; // texture values follow the channels
     static constexpr int kValues = kChannels + (Texel::kTextured ? kPerspective ? 3 : 2 : 0);
     static constexpr int kBatch = 8; // pixels that vector units do at a time
-    static constexpr UINT32 kChannelEnd = 256u << 16;
+    static constexpr INT64 kChannelEnd = 256 << 16;
 
     // Of the triangle
     kxcScan::Level level;
     Channels flat;
     UINT16 flatAlpha;
     INT64 gradient[kValues + 1];
+    UINT32 ramp[kChannels + 1][kBatch]; // 0, 1, 2, ... gradients of each channel
 
     // At the current pixel
-    UINT32 channel[kChannels + 1];
+    INT64 channel[kChannels + 1];
     UINT32 u, v, uStep, vStep;
 
     UINT16 pixel(UINT16 texel, const UINT16* light, UINT16 d) const
@@ -76,22 +77,14 @@ struct Span
         return out;
     }
 
-    /// A fixed number of pixels, in steps that the compiler turns into vectors.
-    template <int kCount>
-    void batch(UINT16* __restrict out, const UINT32* start)
+    /// Shades and blends a batch, in loops of a fixed length that the compiler turns into vector instructions.
+    void shade(UINT16* __restrict out, const UINT16* __restrict texels, const UINT32* start) const
     {
-        UINT16 texels[kCount] = {}, light[kChannels + 1][kCount];
-        if constexpr (Texel::kTextured)
-            for (int i = 0; i < kCount; ++i, u += uStep, v += vStep)
-                texels[i] = Texel::fetch(level.palette, level.texels,
-                                         ((v & level.vMask) >> level.vShift) + (u >> 16 & level.uMask));
+        UINT16 light[kChannels + 1][kBatch];
         for (int c = 0; c < kChannels; ++c)
-        {
-            const UINT32 step = static_cast<UINT32>(gradient[c]);
-            for (int i = 0; i < kCount; ++i)
-                light[c][i] = narrow((start[c] + static_cast<UINT32>(i) * step) >> 19);
-        }
-        for (int i = 0; i < kCount; ++i)
+            for (int i = 0; i < kBatch; ++i)
+                light[c][i] = narrow((start[c] + ramp[c][i]) >> 19);
+        for (int i = 0; i < kBatch; ++i)
         {
             UINT16 own[kChannels + 1] = {};
             for (int c = 0; c < kChannels; ++c)
@@ -100,38 +93,59 @@ struct Span
         }
     }
 
+    UINT16 nextTexel()
+    {
+        const UINT32 index = ((v & level.vMask) >> level.vShift) + (u >> 16 & level.uMask);
+        u += uStep;
+        v += vStep;
+        return Texel::fetch(level.palette, level.texels, index);
+    }
+
     /// Pixels whose channels all stay in range.
     void piece(UINT16* out, INT32 count, UINT32* start)
     {
-        const auto advance = [&](UINT32 pixels)
+        UINT16 texels[kBatch] = {};
+        for (; count >= kBatch; count -= kBatch, out += kBatch)
         {
+            if constexpr (Texel::kTextured)
+                for (UINT16& texel : texels)
+                    texel = nextTexel();
+            shade(out, texels, start);
             for (int c = 0; c < kChannels; ++c)
-                start[c] += pixels * static_cast<UINT32>(gradient[c]);
-        };
-        for (; count >= kBatch; count -= kBatch, out += kBatch, advance(kBatch))
-            batch<kBatch>(out, start);
-        for (; count > 0; --count, ++out, advance(1))
-            batch<1>(out, start);
+                start[c] += kBatch * ramp[c][1];
+        }
+        if (count == 0)
+            return;
+        UINT16 last[kBatch] = {}; // the rest goes through a batch of its own
+        for (INT32 i = 0; i < count; ++i)
+        {
+            last[i] = out[i];
+            if constexpr (Texel::kTextured)
+                texels[i] = nextTexel();
+        }
+        shade(last, texels, start);
+        for (INT32 i = 0; i < count; ++i)
+            out[i] = last[i];
     }
 
     /// Draws from the current pixel on. Rounding can carry a channel out of range at either end of a span: there
     /// pieces shrink to single pixels, which are clamped.
     void draw(UINT16* out, INT32 count)
     {
+        UINT32 start[kChannels + 1];
         if constexpr (kChannels == 0)
-            piece(out, count, channel);
+            piece(out, count, start);
         else
             while (count > 0)
             {
                 INT32 length = count;
                 while (length > 1 && !staysInRange(length))
                     length /= 2;
-                UINT32 start[kChannels];
                 for (int c = 0; c < kChannels; ++c)
                 {
-                    const UINT32 value = channel[c];
-                    start[c] = value < kChannelEnd ? value : value >> 31 ? 0 : kChannelEnd - 1;
-                    channel[c] += static_cast<UINT32>(length) * static_cast<UINT32>(gradient[c]);
+                    const INT64 value = channel[c];
+                    start[c] = static_cast<UINT32>(value < 0 ? 0 : value < kChannelEnd ? value : kChannelEnd - 1);
+                    channel[c] = add(value, multiply(gradient[c], length));
                 }
                 piece(out, length, start);
                 out += length;
@@ -141,10 +155,10 @@ struct Span
 
     bool staysInRange(INT32 count) const
     {
-        UINT32 all = 0;
+        INT64 all = 0;
         for (int c = 0; c < kChannels; ++c)
-            all |= channel[c] | (channel[c] + static_cast<UINT32>(count - 1) * static_cast<UINT32>(gradient[c]));
-        return all < kChannelEnd;
+            all |= channel[c] | add(channel[c], multiply(gradient[c], count - 1));
+        return all >= 0 && all < kChannelEnd;
     }
 
     /// One row. @param left, right   the span's pixels, of which begin to end - 1 lie on the target
@@ -156,7 +170,7 @@ struct Span
         { return add(add(values[i].value, scale(gradient[i], lead)), multiply(gradient[i], x - left)); };
 
         for (int c = 0; c < kChannels; ++c)
-            channel[c] = static_cast<UINT32>(atPixel(c, begin));
+            channel[c] = atPixel(c, begin);
         if constexpr (Texel::kTextured && kPerspective)
             perspectiveRuns(row, left, right, begin, end, atPixel(kQ, left), atPixel(kU, left), atPixel(kV, left));
         else
@@ -262,6 +276,9 @@ void fillTriangle(const KxcGLTriangle* triangle, const KxcVector4* vertices)
     span.gather(triangle->corners, scan, vertices, textureWidth, textureHeight, corners);
     for (int i = 0; i < kValues; ++i)
         span.gradient[i] = scan.gradient(corners[i]);
+    for (int c = 0; c < span.kChannels; ++c)
+        for (int i = 0; i < span.kBatch; ++i)
+            span.ramp[c][i] = static_cast<UINT32>(i) * static_cast<UINT32>(span.gradient[c]);
     if constexpr (Texel::kTextured)
     {
         const INT32 wanted = kPerspective ? 0 : kxcScan::chooseLevel(span.gradient[span.kU], span.gradient[span.kV]);
