@@ -1,5 +1,6 @@
 // cfl_filter_test.cpp - the filter registry, chains of filters, zlib's streams, and the archives that makers write.
 #include "files/file_support.h"
+#include "support/failing_new.h"
 
 #include <kxcoreemb/cfl.h>
 #include <kxcoreemb/cfl_filter.h>
@@ -175,7 +176,11 @@ TEST_F(Filters, OfZlibRefuseLiesBeforeTheyAllocate)
     EXPECT_EQ(unhandled(packed, 1, 100000), text);
     EXPECT_EQ(unhandled(packed, 1, 99999), "-") << "not the length that was asked for";
     for (UINT32 lie : {0u, 99999u, 0x7FFFFFFFu, 0xFFFFFFFFu, static_cast<UINT32>(packed.size() - 4) * 1032 + 1})
+    {
+        takeLargestAllocation();
         EXPECT_EQ(unhandled(u32(lie) + packed.substr(4), 1, lie), lie == 99999 ? text.substr(0, lie) : "-") << lie;
+        EXPECT_LE(takeLargestAllocation(), packed.size() * 1032) << lie;
+    }
     const std::string mixed = randomBytes(5000, 5) + text, whole = handled(mixed, word);
     const std::string cut = unhandled(whole.substr(0, whole.size() - 40), 1);
     EXPECT_EQ(cut, mixed.substr(0, cut.size())) << "what is there, by those who asked for no length";

@@ -1,5 +1,10 @@
 // failing_new.h - lets an allocation of the library fail. Programs that use it list support/failing_new.cpp.
 #pragma once
 
+#include <cstddef>
+
 /// The allocation after the next `successes` ones returns null, once; below 0 none does.
 void failAllocationAfter(int successes);
+
+/// The most bytes that one of them asked for since the last call.
+std::size_t takeLargestAllocation();
