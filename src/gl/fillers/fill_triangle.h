@@ -34,7 +34,7 @@ inline INT64 divideByW(INT64 u, INT64 q)
 constexpr UINT16 blendFactor(UINT32 alpha)
 {
     const UINT32 t = (alpha + 4) * 32;
-    return narrow(((t >> 8) + t) >> 8);
+    return static_cast<UINT16>(((t >> 8) + t) >> 8);
 }
 
 template <class Shade, class Texel, class Blend, bool kPerspective>
@@ -44,56 +44,46 @@ struct Span
     static constexpr int kChannels = Shade::kChannels + kGouraudAlpha;
     static constexpr int kU = kChannels, kV = kChannels + 1, kQ = kChannels + 2; // texture values follow the channels
     static constexpr int kValues = kChannels + (Texel::kTextured ? kPerspective ? 3 : 2 : 0);
-    static constexpr int kBatch = 8; // pixels that vector units do at a time
+    static constexpr bool kReadsTarget = Blend::kBlends || Texel::kCutOut;
     static constexpr INT64 kChannelEnd = 256 << 16;
 
     // Of the triangle
     kxcScan::Level level;
-    Channels flat;
-    UINT16 flatAlpha;
+    Lanes flat[3], flatAlpha;
     INT64 gradient[kValues + 1];
-    UINT32 ramp[kChannels + 1][kBatch]; // 0, 1, 2, ... gradients of each channel
+    UINT32 ramp[kChannels + 1][kLanes]; // 0, 1, 2, ... gradients of each channel
+    const UINT16* lastBatch;            // the last place on the target with a whole batch of pixels
 
     // At the current pixel
     INT64 channel[kChannels + 1];
     UINT32 u, v, uStep, vStep;
 
-    UINT16 pixel(UINT16 texel, const UINT16* light, UINT16 d) const
+    Lanes pixels(Lanes texels, const Lanes* light, Lanes old) const
     {
-        UINT16 out;
-        if constexpr (Texel::kTextured && !Blend::kBlends && Shade::kSlot == 0)
-            out = Texel::kCutOut ? narrow(texel & ~UINT32(kOpaque)) : texel;
+        Lanes out;
+        if constexpr (Texel::kTextured && !Blend::kBlends && Shade::kSlot == ShadeNone::kSlot)
+            out = Texel::kCutOut ? texels & kColors : texels;
         else
         {
-            const Channels s = Texel::kTextured ? Shade::shade(split(texel), flat, light) : Shade::color(flat, light);
-            const UINT16 a = kGouraudAlpha ? light[Shade::kChannels] : flatAlpha;
-            const Channels old = split(d);
-            out = join({Blend::channel(old.r, s.r, a), Blend::channel(old.g, s.g, a), Blend::channel(old.b, s.b, a)});
+            const Channels s = [&]
+            {
+                if constexpr (Texel::kTextured)
+                    return Shade::shade(split(texels), flat, light);
+                else
+                    return Shade::color(flat, light);
+            }();
+            const Lanes a = kGouraudAlpha ? light[Shade::kChannels] : flatAlpha;
+            const Channels d = split(old);
+            out = join({Blend::channel(d.r, s.r, a), Blend::channel(d.g, s.g, a), Blend::channel(d.b, s.b, a)});
             if constexpr (Blend::kKeepsAtZero)
-                out = a ? out : d;
+                out = select(a == 0, old, out);
         }
         if constexpr (Texel::kCutOut)
-            out = texel & kOpaque ? out : d;
+            out = select((texels & kOpaque) != 0, out, old);
         return out;
     }
 
-    /// Shades and blends a batch, in loops of a fixed length that the compiler turns into vector instructions.
-    void shade(UINT16* __restrict out, const UINT16* __restrict texels, const UINT32* start) const
-    {
-        UINT16 light[kChannels + 1][kBatch];
-        for (int c = 0; c < kChannels; ++c)
-            for (int i = 0; i < kBatch; ++i)
-                light[c][i] = narrow((start[c] + ramp[c][i]) >> 19);
-        for (int i = 0; i < kBatch; ++i)
-        {
-            UINT16 own[kChannels + 1] = {};
-            for (int c = 0; c < kChannels; ++c)
-                own[c] = light[c][i];
-            out[i] = pixel(texels[i], own, out[i]);
-        }
-    }
-
-    UINT16 nextTexel()
+    static UINT16 nextTexel(const kxcScan::Level& level, UINT32& u, UINT32& v, UINT32 uStep, UINT32 vStep)
     {
         const UINT32 index = ((v & level.vMask) >> level.vShift) + (u >> 16 & level.uMask);
         u += uStep;
@@ -101,31 +91,42 @@ struct Span
         return Texel::fetch(level.palette, level.texels, index);
     }
 
-    /// Pixels whose channels all stay in range.
+    /// Pixels whose channels all stay in range; start is what they begin with. Works on whole batches, and at the end
+    /// writes back what was there behind the last pixel.
     void piece(UINT16* out, INT32 count, UINT32* start)
     {
-        UINT16 texels[kBatch] = {};
-        for (; count >= kBatch; count -= kBatch, out += kBatch)
+        const UINT32 steps = static_cast<UINT32>(count);
+        UINT32 texelU = u, texelV = v;
+        const auto next = [&](Lanes old)
         {
+            Lanes texels = {}, light[kChannels + 1];
             if constexpr (Texel::kTextured)
-                for (UINT16& texel : texels)
-                    texel = nextTexel();
-            shade(out, texels, start);
+            {
+                const auto texel = [&] { return nextTexel(level, texelU, texelV, uStep, vStep); };
+                texels = Lanes{texel(), texel(), texel(), texel(), texel(), texel(), texel(), texel()};
+            }
             for (int c = 0; c < kChannels; ++c)
-                start[c] += kBatch * ramp[c][1];
-        }
-        if (count == 0)
-            return;
-        UINT16 last[kBatch] = {}; // the rest goes through a batch of its own
-        for (INT32 i = 0; i < count; ++i)
+            {
+                light[c] = topFiveBits(start[c], ramp[c]);
+                start[c] += kLanes * ramp[c][1];
+            }
+            return pixels(texels, light, old);
+        };
+        for (; count >= kLanes; count -= kLanes, out += kLanes)
+            store(out, next(kReadsTarget ? load(out) : Lanes{}));
+        if (count > 0)
         {
-            last[i] = out[i];
-            if constexpr (Texel::kTextured)
-                texels[i] = nextTexel();
+            UINT16 spare[kLanes] = {};
+            UINT16* place = out <= lastBatch ? out : spare;
+            for (INT32 i = 0; place == spare && i < count; ++i)
+                spare[i] = out[i];
+            const Lanes old = load(place);
+            store(place, select(load(kLaneMasks + kLanes - count) != 0, next(old), old));
+            for (INT32 i = 0; place == spare && i < count; ++i)
+                out[i] = spare[i];
         }
-        shade(last, texels, start);
-        for (INT32 i = 0; i < count; ++i)
-            out[i] = last[i];
+        u += steps * uStep;
+        v += steps * vStep;
     }
 
     /// Draws from the current pixel on. Rounding can carry a channel out of range at either end of a span: there
@@ -270,14 +271,15 @@ void fillTriangle(const KxcGLTriangle* triangle, const KxcVector4* vertices)
     Span<Shade, Texel, Blend, kPerspective> span;
     constexpr int kValues = span.kValues;
     const UINT32 color = triangle->corners.color[0];
-    span.flat = {narrow(color >> 16 & 255), narrow(color >> 8 & 255), narrow(color & 255)};
-    span.flatAlpha = blendFactor(color >> 24);
+    for (int c = 0; c < 3; ++c)
+        span.flat[c] = Lanes{} + static_cast<UINT16>(color >> (16 - 8 * c) & 255);
+    span.flatAlpha = Lanes{} + blendFactor(color >> 24);
     INT64 corners[kValues + 1][3];
     span.gather(triangle->corners, scan, vertices, textureWidth, textureHeight, corners);
     for (int i = 0; i < kValues; ++i)
         span.gradient[i] = scan.gradient(corners[i]);
     for (int c = 0; c < span.kChannels; ++c)
-        for (int i = 0; i < span.kBatch; ++i)
+        for (int i = 0; i < kLanes; ++i)
             span.ramp[c][i] = static_cast<UINT32>(i) * static_cast<UINT32>(span.gradient[c]);
     if constexpr (Texel::kTextured)
     {
@@ -292,6 +294,7 @@ void fillTriangle(const KxcGLTriangle* triangle, const KxcVector4* vertices)
     }
 
     const kxcScan::Target target;
+    span.lastBatch = target.lastBatch(kLanes);
     Slope left = {}, right = {}, values[kValues + 1] = {};
     const Edge *leftEdge = nullptr, *rightEdge = nullptr;
     for (int part = 1; part <= 2; ++part) // above the middle corner, below it

@@ -1,27 +1,61 @@
 // policies.h - what the fillers are composed of: what a pixel is shaded with, what its texels are, how it is blended.
 //
-// Everything works on single channels of five bits in 16-bit lanes, with no table and no branch, so that the compiler
-// does eight pixels at a time. Internal linkage: a filler is one function in one section.
+// Everything works on channels of five bits in vectors of eight 16-bit lanes, which the compiler maps to whatever the
+// machine has, down to plain registers; no product needs more than 16 bits. Internal linkage: a filler is one function
+// in one section.
 #pragma once
 
 #include <kxcoreemb/pixel_converter.h>
 
+#include <cstring>
+
 namespace
 {
 
+constexpr int kLanes = 8;
+
+/// Eight 16-bit values, or pixels, next to each other. Comparisons answer all ones or zero.
+typedef UINT16 Lanes __attribute__((vector_size(kLanes * sizeof(UINT16))));
+
+inline Lanes load(const UINT16* pixels)
+{
+    Lanes result;
+    std::memcpy(&result, pixels, sizeof(result));
+    return result;
+}
+
+inline void store(UINT16* pixels, Lanes value) { std::memcpy(pixels, &value, sizeof(value)); }
+
+template <class Mask>
+Lanes select(Mask mask, Lanes yes, Lanes no)
+{
+    const Lanes bits = reinterpret_cast<Lanes>(mask);
+    return (yes & bits) | (no & ~bits);
+}
+
+/// At index kLanes - n: n lanes of ones, zeros behind them.
+constexpr UINT16 kLaneMasks[2 * kLanes] = {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
+
+/// The top five bits of eight 8.16 channels.
+inline Lanes topFiveBits(UINT32 start, const UINT32* ramp)
+{
+    UINT16 result[kLanes];
+    for (int i = 0; i < kLanes; ++i)
+        result[i] = static_cast<UINT16>((start + ramp[i]) >> 19);
+    return load(result);
+}
+
 struct Channels
 {
-    UINT16 r, g, b;
+    Lanes r, g, b;
 };
 
-constexpr UINT16 narrow(UINT32 value) { return static_cast<UINT16>(value); }
-constexpr UINT16 multiplyShift(UINT16 a, UINT16 b, int shift) { return narrow(static_cast<UINT32>(a * b) >> shift); }
-constexpr Channels split(UINT16 p) { return {narrow(p >> 11), narrow(p >> 6 & 31), narrow(p & 31)}; }
-constexpr UINT16 join(Channels c) { return narrow(static_cast<UINT32>(c.r << 11 | c.g << 6 | c.b)); }
+inline Channels split(Lanes p) { return {p >> 11, p >> 6 & 31, p & 31}; }
+inline Lanes join(const Channels& c) { return c.r << 11 | c.g << 6 | c.b; }
 
 // --- texels ---------------------------------------------------------------------------------------------------------
 
-constexpr UINT16 kOpaque = 0x20; // of 5515
+constexpr UINT16 kOpaque = 0x20, kColors = 0xFFDF; // bits of 5515
 
 struct TexelNone
 {
@@ -58,54 +92,47 @@ struct TexelPal55X5
 };
 
 // --- shading --------------------------------------------------------------------------------------------------------
-// kChannels values are interpolated, from the bits of the vertex colours that kShifts names. light has the top five
-// bits of each; flat is the triangle's colour, all eight.
+// kChannels values are interpolated, from the bits of the vertex colours that kShifts names; light has the top five
+// bits of each. flat is the triangle's colour, all eight bits of red, green and blue.
 
 struct ShadeNone
 {
     static constexpr int kSlot = 0, kChannels = 0;
     static constexpr int kShifts[] = {0};
-    static Channels shade(Channels texel, const Channels&, const UINT16*) { return texel; }
-    static Channels color(const Channels&, const UINT16*) { return {}; }
+    static Channels shade(const Channels& texel, const Lanes*, const Lanes*) { return texel; }
 };
 
 struct ShadeFlat
 {
     static constexpr int kSlot = 1, kChannels = 0;
     static constexpr int kShifts[] = {0};
-    static Channels shade(Channels texel, const Channels& flat, const UINT16*)
+    static Channels shade(const Channels& texel, const Lanes* flat, const Lanes*)
     {
-        return {multiplyShift(texel.r, flat.r, 8), multiplyShift(texel.g, flat.g, 8),
-                multiplyShift(texel.b, flat.b, 8)};
+        return {texel.r * flat[0] >> 8, texel.g * flat[1] >> 8, texel.b * flat[2] >> 8};
     }
-    static Channels color(const Channels& flat, const UINT16*)
-    {
-        return {narrow(flat.r >> 3), narrow(flat.g >> 3), narrow(flat.b >> 3)};
-    }
+    static Channels color(const Lanes* flat, const Lanes*) { return {flat[0] >> 3, flat[1] >> 3, flat[2] >> 3}; }
 };
 
 struct ShadeGouraud
 {
     static constexpr int kSlot = 2, kChannels = 3;
     static constexpr int kShifts[] = {16, 8, 0};
-    static Channels shade(Channels texel, const Channels&, const UINT16* light)
+    static Channels shade(const Channels& texel, const Lanes*, const Lanes* light)
     {
-        return {multiplyShift(texel.r, light[0], 5), multiplyShift(texel.g, light[1], 5),
-                multiplyShift(texel.b, light[2], 5)};
+        return {texel.r * light[0] >> 5, texel.g * light[1] >> 5, texel.b * light[2] >> 5};
     }
-    static Channels color(const Channels&, const UINT16* light) { return {light[0], light[1], light[2]}; }
+    static Channels color(const Lanes*, const Lanes* light) { return {light[0], light[1], light[2]}; }
 };
 
 struct ShadeGreyscale
 {
     static constexpr int kSlot = 3, kChannels = 1;
     static constexpr int kShifts[] = {0};
-    static Channels shade(Channels texel, const Channels&, const UINT16* light)
+    static Channels shade(const Channels& texel, const Lanes*, const Lanes* light)
     {
-        return {multiplyShift(texel.r, light[0], 5), multiplyShift(texel.g, light[0], 5),
-                multiplyShift(texel.b, light[0], 5)};
+        return {texel.r * light[0] >> 5, texel.g * light[0] >> 5, texel.b * light[0] >> 5};
     }
-    static Channels color(const Channels&, const UINT16* light) { return {light[0], light[0], light[0]}; }
+    static Channels color(const Lanes*, const Lanes* light) { return {light[0], light[0], light[0]}; }
 };
 
 // --- blending -------------------------------------------------------------------------------------------------------
@@ -115,27 +142,24 @@ struct BlendNone
 {
     static constexpr int kRow = 0;
     static constexpr bool kBlends = false, kKeepsAtZero = false;
-    static UINT16 channel(UINT16, UINT16 s, UINT16) { return s; }
+    static Lanes channel(Lanes, Lanes s, Lanes) { return s; }
 };
 
 struct BlendAlpha
 {
     static constexpr int kRow = 1;
     static constexpr bool kBlends = true, kKeepsAtZero = false;
-    static UINT16 channel(UINT16 d, UINT16 s, UINT16 a)
-    {
-        return narrow(multiplyShift(d, narrow(32u - a), 5) + UINT32(multiplyShift(s, a, 5)));
-    }
+    static Lanes channel(Lanes d, Lanes s, Lanes a) { return (d * (32 - a) >> 5) + (s * a >> 5); }
 };
 
 struct BlendAdd
 {
     static constexpr int kRow = 2;
     static constexpr bool kBlends = true, kKeepsAtZero = false;
-    static UINT16 channel(UINT16 d, UINT16 s, UINT16 a)
+    static Lanes channel(Lanes d, Lanes s, Lanes a)
     {
-        const UINT16 sum = narrow(d + UINT32(multiplyShift(s, a, 5)));
-        return sum < 31 ? sum : UINT16(31);
+        const Lanes sum = d + (s * a >> 5);
+        return (sum | (0 - (sum >> 5))) & 31; // all ones where it carries
     }
 };
 
@@ -144,7 +168,7 @@ struct BlendInvmul
     static constexpr int kRow = 3;
     static constexpr bool kBlends = true;
     static constexpr bool kKeepsAtZero = true; // all of the pixel, with its unused bit
-    static UINT16 channel(UINT16 d, UINT16 s, UINT16 a) { return multiplyShift(d, narrow(1024u - UINT32(a * s)), 10); }
+    static Lanes channel(Lanes d, Lanes s, Lanes a) { return d * (1024 - a * s) >> 10; }
 };
 
 } // namespace

@@ -73,6 +73,13 @@ struct Target
     Target(const Target&) = delete;
     Target& operator=(const Target&) = delete;
 
+    /// The last place that has so many pixels from there on; null where the target is smaller.
+    const UINT16* lastBatch(INT64 count) const
+    {
+        const INT64 all = INT64(width) * height;
+        return all >= count ? pixels + (all - count) : nullptr;
+    }
+
     KxcGLSurface* surface;
     UINT16* pixels;
     INT32 width, height;
