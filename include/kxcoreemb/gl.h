@@ -3,12 +3,17 @@
 //
 // A game that draws in two dimensions makes a device once (KxcGL::create(0, 0)), draws into the surface that
 // getSecondary() answers, and the core presents it after every KxcRenderer::render.
+//
+// A game that draws in three sets a viewport, states and matrices, and renders primitives between beginRender() and
+// endRender(). Nothing is drawn before endRender(), which sorts the frame's triangles by depth: there is no z-buffer.
 #pragma once
 
 #include <kxcoreemb/fixed.h>
+#include <kxcoreemb/gl_vertex_buffer.h>
 #include <kxcoreemb/surface.h>
 
 class KxcGLDevice;
+class KxcGLTexture;
 
 /// Creation flags of KxcGL::create.
 enum KXCGLCREATE : UINT32
@@ -33,6 +38,105 @@ struct KxcGLDeviceInfo
     const char* name;
 };
 
+/// Render states, for setStateI and its kin.
+enum KXCGLSTATE : INT32
+{
+    KXCGLSTATE_CLIPPING = 0,         ///< not 0: triangles are clipped where lighting is off (with it they always are)
+    KXCGLSTATE_LIGHTING = 1,         ///< not 0: lights and material give the vertices their colours
+    KXCGLSTATE_SHADING = 2,          ///< a KXCGLSHADE_ value
+    KXCGLSTATE_CULLING = 3,          ///< a KXCGLCULL_ value
+    KXCGLSTATE_BLENDING = 4,         ///< not 0: by the factors of the next two
+    KXCGLSTATE_SOURCEBLEND = 5,      ///< a KXCGLFACTOR_ value
+    KXCGLSTATE_DESTBLEND = 6,        ///< likewise
+    KXCGLSTATE_SORTING = 7,          ///< a KXCGLSORT_ value
+    KXCGLSTATE_PERSPECTIVE = 8,      ///< not 0: textures are perspective-correct
+    KXCGLSTATE_ORTHOGRAPHIC = 9,     ///< not 0: no division by w
+    KXCGLSTATE_WIREFRAME = 10,       ///< not 0: only edges are drawn
+    KXCGLSTATE_AMBIENT = 11,         ///< ambient light: the red byte of a 0x00RRGGBB colour
+    KXCGLSTATE_SORTBIAS = 12,        ///< added to every vertex's depth for sorting
+    KXCGLSTATE_PERSPECTIVELIMIT = 16 ///< perspective-correct only where the nearest vertex's w is at most this
+};
+enum : INT32
+{
+    KXCGLSHADE_TEXTURE = 1, ///< the texture as it is
+    KXCGLSHADE_FLAT = 2,    ///< one colour a triangle
+    KXCGLSHADE_GOURAUD = 4,
+    KXCGLSHADE_GREYSCALEGOURAUD = 8, ///< one intensity, the colours' blue
+
+    KXCGLCULL_NEGATIVE = 4, ///< drops triangles whose winding value on the screen is at most 0
+    KXCGLCULL_POSITIVE = 8, ///< drops those whose value is at least 0
+    KXCGLCULL_NONE = 16,
+
+    KXCGLFACTOR_ZERO = 1,
+    KXCGLFACTOR_ONE = 2,
+    KXCGLFACTOR_INVSOURCECOLOR = 4,
+    KXCGLFACTOR_SOURCEALPHA = 5,
+    KXCGLFACTOR_INVSOURCEALPHA = 6,
+
+    KXCGLSORT_NONE = 1, ///< in the order of submission
+    KXCGLSORT_FARFIRST = 8,
+    KXCGLSORT_NEARFIRST = 16,
+
+    KXCGLMATRIX_WORLD = 1,
+    KXCGLMATRIX_VIEW = 2,
+    KXCGLMATRIX_PROJECTION = 3,
+
+    KXCGLPRIMITIVE_LIST = 1,
+    KXCGLPRIMITIVE_STRIP = 2,
+    KXCGLPRIMITIVE_FAN = 3,
+    KXCGLPRIMITIVE_CUSTOM = 4, ///< every vertex becomes a custom item
+
+    KXCGLLIGHT_POINT = 1,
+    KXCGLLIGHT_DIRECTIONAL = 2
+};
+
+/// A light, in world space. What is marked as stored is not read by the renderer.
+struct KxcGLLight
+{
+    INT32 type;               ///< a KXCGLLIGHT_ value; any other gives no light
+    KxcFixed colour[3];       ///< red, green, blue; 1.0 is full
+    KxcFixed extraColour1[3]; ///< stored
+    KxcFixed extraColour2[3]; ///< stored
+    KxcVector3 position;      ///< of a point light
+    KxcVector3 direction;     ///< of a directional light: toward it
+    KxcFixed range;           ///< how far a point light reaches
+    KxcFixed attenuation[3];  ///< divides a point light by a + b * distance + c * distance squared
+    KxcFixed extra1, extra2;  ///< stored
+};
+
+struct KxcGLMaterial
+{
+    UINT32 diffuse; ///< 0xAARRGGBB; the alpha is the vertices'
+    UINT32 extra;   ///< stored
+    UINT32 ambient; ///< 0x00RRGGBB, like the next
+    UINT32 emissive;
+    UINT32 extra2; ///< stored
+};
+
+/// Where on the render target the view goes, in pixels.
+struct KxcGLViewport
+{
+    INT32 x, y, width, height;
+    INT32 extra1, extra2; ///< stored
+};
+
+/// What a custom item's callback gets: where the vertex is on the screen, and its colour.
+struct KxcGLCustomItem
+{
+    KxcFixed x, y, z, w;
+    UINT32 color; ///< 0xAARRGGBB
+};
+
+/// Draws a game's own items at their place in the depth order.
+class KXC_API KxcGLCustomRenderCallback
+{
+public:
+    virtual void render(const KxcGLCustomItem* item, INT32 data) = 0;
+
+protected:
+    ~KxcGLCustomRenderCallback() = default;
+};
+
 /// The graphics device that a game made; there is at most one.
 ///
 /// Ownership  the caller deletes what create() returned, before the run ends or not at all.
@@ -53,6 +157,9 @@ public:
     static const KxcGLDeviceInfo* getDeviceInfo();        ///< the newest variant; the others follow it
     static const KxcGLDeviceInfo* getCurrentDeviceInfo(); ///< of the device made last; null when that failed
 
+    INT32 beginRender(); ///< starts a frame
+    INT32 endRender();   ///< sorts and draws it
+
     INT32 clear(INT32 color, KxcFixed depth, INT32 flags); ///< the whole render target. @param color  0x00RRGGBB
     /// Draws into another surface from now on; null for the device's own picture.
     /// @return 0, and nothing changes, unless it is a 55X5 surface of even width
@@ -62,6 +169,53 @@ public:
     INT32 setPalette(unsigned char* first, unsigned char* second);
     INT32 getPalette(unsigned char** first, unsigned char** second); ///< -2 when one that is asked for was never set
 
+    // --- state: takes effect for what is rendered after the change ---
+    INT32 setStateI(INT32 state, INT32 value); ///< @param state  a KXCGLSTATE_ value; -2 for values it does not take
+    INT32 setStateF(INT32 state, KxcFixed value);
+    INT32 getStateI(INT32 state, INT32& value);
+    INT32 getStateF(INT32 state, KxcFixed& value);
+    /// 0 when the factors form a pair that can be drawn: (ONE, ZERO), (SOURCEALPHA, INVSOURCEALPHA), (ONE, ONE) or
+    /// (ZERO, INVSOURCECOLOR).
+    INT32 validateBlendMode(INT32 source, INT32 destination);
+    INT32 setMatrix(INT32 matrix, const KxcMatrix4& m); ///< @param matrix  a KXCGLMATRIX_ value
+    INT32 getMatrix(INT32 matrix, KxcMatrix4& m);
+    INT32 setLight(INT32 index, const KxcGLLight& light); ///< @param index  0 to 7
+    INT32 getLight(INT32 index, KxcGLLight& light);
+    INT32 enableLight(INT32 index, INT32 enable); ///< 1 enables, anything else disables
+    INT32 setMaterial(const KxcGLMaterial& material);
+    INT32 getMaterial(KxcGLMaterial& material);
+    INT32 setViewport(const KxcGLViewport& viewport); ///< has no default: set it before the first primitive
+    INT32 getViewport(KxcGLViewport& viewport);
+    INT32 setTexture(KxcGLTexture* texture); ///< null for none; it stays the game's
+    KxcGLTexture* getTexture();
+    INT32 setCustomCallback(KxcGLCustomRenderCallback* callback); ///< for custom items; it stays the game's
+    INT32 setCustomCallbackData(INT32 data);
+
+    // --- primitives ---
+    /// Queues the triangles of count vertices from first on; vertices min to max, all that are used, are transformed.
+    /// @param type  a KXCGLPRIMITIVE_ value @param info  one record a triangle, or null
+    /// @return 0 also when nothing is visible; triangles with vertices outside min to max are left out
+    INT32 renderPrimitive(KxcGLVertexBuffer* buffer, INT32 type, INT32 first, INT32 count, INT32 min, INT32 max,
+                          KxcGLTriangleInfoBuffer* info);
+    /// The same for vertices base + indices[0] to base + indices[count - 1].
+    INT32 renderPrimitiveIndexed(KxcGLVertexBuffer* buffer, INT32 type, INT32 base, const UINT16* indices, INT32 count,
+                                 INT32 min, INT32 max, KxcGLTriangleInfoBuffer* info);
+    INT32 processVertices(KxcGLVertexBuffer& source, KxcGLVertexBuffer& target, INT32 first, INT32 count); ///< -1
+
+    // --- sprites: rectangles of the texture, sorted like triangles ---
+    /// On the screen, centred at pixel (x, y). @param matrix  turns and scales the corners first; may be null
+    INT32 drawSprite2d(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
+                       KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, UINT32 color);
+    /// The same with (x, y) as the top left corner.
+    INT32 drawSprite2d2(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
+                        KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, UINT32 color);
+    /// In object space, through the matrices.
+    INT32 drawSprite3d(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
+                       KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, UINT32 color);
+    /// The same, turned to face the camera.
+    INT32 drawSprite3dBillboard(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
+                                KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, UINT32 color);
+
     KxcGL(const KxcGL&) = delete;
     KxcGL& operator=(const KxcGL&) = delete;
 
@@ -70,3 +224,6 @@ private:
 
     KxcGLDevice* m_device = nullptr; // the core's current device
 };
+
+/// Registers the device "ReferenceARM": the base device with all fillers. Called from a game's init function.
+KXC_API void kxcUseGLDefault();

@@ -13,6 +13,7 @@
 #include <kxcoreemb/gl.h>
 #include <kxcoreemb/gl_fillers.h>
 #include <kxcoreemb/gl_texture.h>
+#include <kxcoreemb/gl_vertex_buffer.h>
 #include <kxcoreemb/host.h>
 #include <kxcoreemb/image_loader.h>
 #include <kxcoreemb/pixel_blender.h>

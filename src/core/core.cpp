@@ -14,6 +14,7 @@
 #include <kxcoreemb/cfl.h>
 #include <kxcoreemb/cfl_filter.h>
 #include <kxcoreemb/file.h>
+#include <kxcoreemb/gl.h>
 #include <kxcoreemb/host.h>
 #include <kxcoreemb/image_loader.h>
 #include <kxcoreemb/string_toolkit.h>
@@ -334,6 +335,7 @@ void KxcRenderer::deinitRenderer() {}
 void kxcUseDefaults()
 {
     kxcUseCFLFilterZlib();
+    kxcUseGLDefault();
     kxcUseImageFilterPCX();
     kxcUseImageFilterTGA();
 }

@@ -26,7 +26,7 @@ INT32 mirror(INT32 extent, INT32 coordinate)
 
 } // namespace
 
-KxcGLDevice::KxcGLDevice(UINT32 flags) : m_flags(flags) { kxcGLResetFillers(); }
+KxcGLDevice::KxcGLDevice(UINT32 flags) : pipeline(*this), m_flags(flags) { kxcGLResetFillers(); }
 
 KxcGLDevice::~KxcGLDevice()
 {
@@ -52,7 +52,7 @@ INT32 KxcGLDevice::initialize()
 
     m_backBuffer = KxcGLSurface::create(m_frameWidth, m_frameHeight, KXCSURFACEFORMAT_55X5);
     m_renderTarget = m_backBuffer;
-    if (!m_backBuffer)
+    if (!m_backBuffer || !pipeline.init())
         return 0;
     KxcGLSurfaceDescriptor* surface = KxcGLSurfaceDescriptor::of(m_backBuffer);
     std::memset(surface->pixels, 0, static_cast<size_t>(surface->pitch()) * static_cast<size_t>(surface->height));
@@ -205,3 +205,7 @@ void KxcGLDevice::onTextureCreated(KxcGLTexture*) {}
 void KxcGLDevice::onTextureDestroyed(KxcGLTexture*) {}
 
 void KxcGLDevice::onTextureSelected(KxcGLTexture*) {}
+
+void KxcGLDevice::onSetStateF(INT32 id, KxcFixed value) { onSetStateI(id, static_cast<INT32>(value)); }
+
+void KxcGLDevice::onSetStateI(INT32, INT32) {}

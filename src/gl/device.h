@@ -1,9 +1,9 @@
 // device.h - a rendering device, and the registry that variants of it are chosen from.
 #pragma once
 
-#include <kxcoreemb/gl.h>
+#include "gl/pipeline.h"
 
-class KxcGLTexture;
+#include <kxcoreemb/gl.h>
 
 /// The base device: a frame of the screen's size, turned as its creation flags ask, presented straight or rotated.
 ///
@@ -34,6 +34,10 @@ public:
     virtual void onTextureCreated(KxcGLTexture* texture);
     virtual void onTextureDestroyed(KxcGLTexture* texture); ///< the last of those that share their levels
     virtual void onTextureSelected(KxcGLTexture* texture);  ///< the next triangle that is filled shows it
+    virtual void onSetStateF(INT32 id, KxcFixed value);     ///< a state is about to be set, or refused
+    virtual void onSetStateI(INT32 id, INT32 value);
+
+    KxcGLPipeline pipeline;
 
 protected:
     enum : INT32
@@ -68,6 +72,10 @@ private:
     UINT32 m_deviceId = 0;
     KxcGLDeviceFactory* m_next = nullptr; // older
 };
+
+/// Makes and initialises a device, and notes which variant it is; null when there is none or it fails.
+KxcGLDevice* kxcGLMakeDevice(UINT32 deviceId, UINT32 flags);
+void kxcGLDestroyDevice(); ///< the core's current one, if there is one
 
 void kxcGLRegisterStub(); ///< the base device under the name "Stub", which every core registers first
 void kxcGLFree();         ///< the device, the factories and the records; part of the core's teardown

@@ -1,136 +1,14 @@
-// gl.cpp - the registry of device variants, and the facade through which a game makes one and reaches it.
+// gl.cpp - the facade: a game's handle on the device and its pipeline.
 #include "core/core_state.h"
 #include "gl/device.h"
 
-#include <kxcoreemb/gl_texture.h>
-
 #include <new>
-
-namespace
-{
-
-constexpr UINT32 kFirstDeviceId = 100;
-constexpr INT32 kLowestPriority = -1024;
-constexpr UINT32 kBestDevice = 0, kNewestPlainDevice = 1; // special device ids
-
-/// The record that a device id stands for; null when there is none.
-const KxcGLDeviceInfo* chooseInfo(UINT32 deviceId)
-{
-    const KxcGLDeviceInfo* chosen = nullptr;
-    INT32 best = kLowestPriority;
-    for (const KxcGLDeviceInfo* info = kxcCore->deviceInfos; info; info = info->next)
-    {
-        if (deviceId == kBestDevice
-                ? info->priority > best
-                : !chosen && (deviceId == kNewestPlainDevice ? info->priority == 0 : info->deviceId == deviceId))
-        {
-            chosen = info;
-            best = info->priority;
-        }
-    }
-    return chosen;
-}
-
-/// Makes and initialises a device, and notes which variant it is.
-KxcGLDevice* makeDevice(UINT32 deviceId, UINT32 flags)
-{
-    kxcCore->currentDeviceInfo = nullptr;
-    const KxcGLDeviceInfo* info = chooseInfo(deviceId);
-    KxcGLDeviceFactory* factory = KxcGLDeviceFactory::find(info ? info->deviceId : deviceId);
-    KxcGLDevice* device = factory ? factory->createDevice(flags) : nullptr;
-    if (!device)
-        return nullptr;
-    if (!device->initialize())
-    {
-        delete device;
-        return nullptr;
-    }
-    kxcCore->currentDeviceInfo = info;
-    for (KxcGLTexture* texture = kxcCore->textures; texture; texture = texture->getNext())
-        device->onTextureCreated(texture);
-    return device;
-}
-
-void destroyDevice()
-{
-    if (!kxcCore->device)
-        return;
-    kxcCore->device->deinitialize();
-    delete kxcCore->device;
-    kxcCore->device = nullptr;
-}
-
-class StubFactory : public KxcGLDeviceFactory
-{
-public:
-    KxcGLDevice* createDevice(UINT32 flags) override { return new (std::nothrow) KxcGLDevice(flags); }
-    INT32 fillDeviceInfo(KxcGLDeviceInfo* info) override
-    {
-        info->width = kxcCore->screenWidth;
-        info->height = kxcCore->screenHeight;
-        info->infoFlags1 = info->infoFlags2 = 1;
-        info->capabilityMask = 1;
-        info->name = "Stub";
-        return 1;
-    }
-};
-
-} // namespace
-
-KxcGLDeviceFactory::~KxcGLDeviceFactory() = default;
-
-void KxcGLDeviceFactory::registerFactory(KxcGLDeviceFactory* factory)
-{
-    if (!factory)
-        return;
-    factory->m_deviceId = kxcCore->deviceFactories ? kxcCore->deviceFactories->m_deviceId + 1 : kFirstDeviceId;
-    factory->m_next = kxcCore->deviceFactories;
-    kxcCore->deviceFactories = factory;
-
-    KxcGLDeviceInfo* info = new (std::nothrow) KxcGLDeviceInfo();
-    if (!info)
-        KxcCore::systemPanic("Unable to allocate GL device info struct");
-    info->deviceId = factory->m_deviceId;
-    if (factory->fillDeviceInfo(info))
-    {
-        info->next = kxcCore->deviceInfos;
-        kxcCore->deviceInfos = info;
-    }
-    else
-        delete info;
-}
-
-KxcGLDeviceFactory* KxcGLDeviceFactory::find(UINT32 deviceId)
-{
-    KxcGLDeviceFactory* factory = kxcCore->deviceFactories;
-    while (factory && factory->m_deviceId != deviceId)
-        factory = factory->m_next;
-    return factory;
-}
-
-void kxcGLRegisterStub() { KxcGLDeviceFactory::registerFactory(new (std::nothrow) StubFactory()); }
-
-void kxcGLFree()
-{
-    destroyDevice();
-    while (KxcGLDeviceFactory* factory = kxcCore->deviceFactories)
-    {
-        kxcCore->deviceFactories = factory->m_next;
-        delete factory;
-    }
-    kxcCore->currentDeviceInfo = nullptr;
-    while (const KxcGLDeviceInfo* info = kxcCore->deviceInfos)
-    {
-        kxcCore->deviceInfos = info->next;
-        delete info;
-    }
-}
 
 KxcGL* KxcGL::create(UINT32 deviceId, UINT32 flags)
 {
     if (!kxcCore || kxcCore->device)
         return nullptr;
-    KxcGLDevice* device = makeDevice(deviceId, flags);
+    KxcGLDevice* device = kxcGLMakeDevice(deviceId, flags);
     if (!device)
         return nullptr;
     KxcGL* gl = new (std::nothrow) KxcGL();
@@ -147,15 +25,15 @@ KxcGL* KxcGL::create(UINT32 deviceId, UINT32 flags)
 KxcGL::~KxcGL()
 {
     if (kxcCore && kxcCore->device == m_device) // a core that ended took its device along
-        destroyDevice();
+        kxcGLDestroyDevice();
 }
 
 INT32 KxcGL::recreate(UINT32 deviceId, UINT32 flags)
 {
     if (!kxcCore || kxcCore->device != m_device)
         return 0;
-    destroyDevice();
-    kxcCore->device = m_device = makeDevice(deviceId, flags);
+    kxcGLDestroyDevice();
+    kxcCore->device = m_device = kxcGLMakeDevice(deviceId, flags);
     return m_device != nullptr;
 }
 
@@ -172,3 +50,133 @@ KxcGLSurface* KxcGL::getSecondary() { return m_device->getSecondary(); }
 INT32 KxcGL::setPalette(unsigned char* first, unsigned char* second) { return m_device->setPalette(first, second); }
 
 INT32 KxcGL::getPalette(unsigned char** first, unsigned char** second) { return m_device->getPalette(first, second); }
+
+INT32 KxcGL::beginRender()
+{
+    m_device->pipeline.beginRender();
+    return 0;
+}
+
+INT32 KxcGL::endRender()
+{
+    m_device->pipeline.endRender();
+    return 0;
+}
+
+// Devices hear of a state before it is checked.
+
+INT32 KxcGL::setStateI(INT32 id, INT32 value)
+{
+    m_device->onSetStateI(id, value);
+    return m_device->pipeline.state.setI(id, value);
+}
+
+INT32 KxcGL::setStateF(INT32 id, KxcFixed value)
+{
+    m_device->onSetStateF(id, value);
+    return m_device->pipeline.state.setF(id, value);
+}
+
+INT32 KxcGL::getStateI(INT32 id, INT32& value) { return m_device->pipeline.state.getI(id, value); }
+
+INT32 KxcGL::getStateF(INT32 id, KxcFixed& value) { return m_device->pipeline.state.getF(id, value); }
+
+INT32 KxcGL::validateBlendMode(INT32 source, INT32 destination)
+{
+    return KxcGLRenderState::validateBlendMode(source, destination);
+}
+
+INT32 KxcGL::setMatrix(INT32 id, const KxcMatrix4& m) { return m_device->pipeline.state.setMatrix(id, m); }
+
+INT32 KxcGL::getMatrix(INT32 id, KxcMatrix4& m) { return m_device->pipeline.state.getMatrix(id, m); }
+
+INT32 KxcGL::setLight(INT32 index, const KxcGLLight& light) { return m_device->pipeline.state.setLight(index, light); }
+
+INT32 KxcGL::getLight(INT32 index, KxcGLLight& light)
+{
+    if (index < 0 || index >= KxcGLRenderState::kLights)
+        return -3;
+    light = m_device->pipeline.state.lights[index];
+    return 0;
+}
+
+INT32 KxcGL::enableLight(INT32 index, INT32 enable) { return m_device->pipeline.state.enableLight(index, enable); }
+
+INT32 KxcGL::setMaterial(const KxcGLMaterial& material)
+{
+    m_device->pipeline.state.material = material;
+    return 0;
+}
+
+INT32 KxcGL::getMaterial(KxcGLMaterial& material)
+{
+    material = m_device->pipeline.state.material;
+    return 0;
+}
+
+INT32 KxcGL::setViewport(const KxcGLViewport& viewport)
+{
+    m_device->pipeline.state.viewport = viewport;
+    return 0;
+}
+
+INT32 KxcGL::getViewport(KxcGLViewport& viewport)
+{
+    viewport = m_device->pipeline.state.viewport;
+    return 0;
+}
+
+INT32 KxcGL::setTexture(KxcGLTexture* texture) { return m_device->pipeline.state.setTexture(texture); }
+
+KxcGLTexture* KxcGL::getTexture() { return m_device->pipeline.state.texture; }
+
+INT32 KxcGL::setCustomCallback(KxcGLCustomRenderCallback* callback)
+{
+    m_device->pipeline.state.callback = callback;
+    return 0;
+}
+
+INT32 KxcGL::setCustomCallbackData(INT32 data)
+{
+    m_device->pipeline.state.callbackData = data;
+    return 0;
+}
+
+INT32 KxcGL::renderPrimitive(KxcGLVertexBuffer* buffer, INT32 type, INT32 first, INT32 count, INT32 min, INT32 max,
+                             KxcGLTriangleInfoBuffer* info)
+{
+    return m_device->pipeline.render(buffer, type, {first, nullptr, count}, min, max, info);
+}
+
+INT32 KxcGL::renderPrimitiveIndexed(KxcGLVertexBuffer* buffer, INT32 type, INT32 base, const UINT16* indices,
+                                    INT32 count, INT32 min, INT32 max, KxcGLTriangleInfoBuffer* info)
+{
+    return m_device->pipeline.render(buffer, type, {base, indices, indices ? count : 0}, min, max, info);
+}
+
+INT32 KxcGL::processVertices(KxcGLVertexBuffer&, KxcGLVertexBuffer&, INT32, INT32) { return -1; }
+
+INT32 KxcGL::drawSprite2d(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
+                          KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, UINT32 color)
+{
+    return m_device->pipeline.drawSprite2d({x, y, z, w, h, left, top, right, bottom, matrix, color});
+}
+
+INT32 KxcGL::drawSprite2d2(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
+                           KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, UINT32 color)
+{
+    return drawSprite2d(x + w / 2, y + h / 2, z, w, h, left, top, right, bottom, matrix, color);
+}
+
+INT32 KxcGL::drawSprite3d(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
+                          KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, UINT32 color)
+{
+    return m_device->pipeline.drawSprite3d({x, y, z, w, h, left, top, right, bottom, matrix, color});
+}
+
+INT32 KxcGL::drawSprite3dBillboard(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left,
+                                   KxcFixed top, KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix,
+                                   UINT32 color)
+{
+    return m_device->pipeline.drawBillboard({x, y, z, w, h, left, top, right, bottom, matrix, color});
+}

@@ -1,0 +1,33 @@
+// triangle_queue.h - one frame's triangles and custom items, and the order in which they are drawn.
+#pragma once
+
+#include "gl/growing_array.h"
+#include "gl/triangle.h"
+
+/// Calls come in this order: clear(), add() for every record, sort(), then at(0) .. at(count() - 1).
+class KxcGLTriangleQueue
+{
+public:
+    enum Order : INT32
+    {
+        kSubmitted = 1,
+        kDescending = 8, // largest keys first
+        kAscending = 16
+    };
+
+    bool init(); ///< makes the first room; false when memory runs out
+    void clear() { m_records.clear(), m_keys.clear(); }
+    /// A new record, to be filled; null when memory runs out. Keys are compared as unsigned numbers.
+    KxcGLTriangle* add(UINT32 key);
+    void sort(INT32 order);
+    INT32 count() const { return m_records.count(); }
+    const KxcGLTriangle& at(INT32 place) { return m_records[m_order[place]]; }
+
+private:
+    static constexpr INT32 kStep = 500; // records by which it grows
+
+    KxcGLArray<KxcGLTriangle> m_records;
+    KxcGLArray<UINT32> m_keys;
+    KxcGLArray<INT32> m_order, m_scratch;
+    INT32 m_histogram[257];
+};
