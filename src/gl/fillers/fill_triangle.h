@@ -51,8 +51,8 @@ struct Span
     kxcScan::Level level;
     Lanes flat[3], flatAlpha;
     INT64 gradient[kValues + 1];
-    UINT32 ramp[kChannels + 1][kLanes]; // 0, 1, 2, ... gradients of each channel
-    const UINT16* lastBatch;            // the last place on the target with a whole batch of pixels
+    ChannelRamp ramp[kChannels + 1];
+    const UINT16* lastBatch; // the last place on the target with a whole batch of pixels
 
     // At the current pixel
     INT64 channel[kChannels + 1];
@@ -83,32 +83,45 @@ struct Span
         return out;
     }
 
-    static UINT16 nextTexel(const kxcScan::Level& level, UINT32& u, UINT32& v, UINT32 uStep, UINT32 vStep)
+    /// Where the next texel comes from. A piece has its own, so that the compiler can keep all of it in registers.
+    struct Sampler
     {
-        const UINT32 index = ((v & level.vMask) >> level.vShift) + (u >> 16 & level.uMask);
-        u += uStep;
-        v += vStep;
-        return Texel::fetch(level.palette, level.texels, index);
-    }
+        kxcScan::Level level;
+        UINT32 u, v, uStep, vStep;
+
+        __attribute__((always_inline)) UINT16 next()
+        {
+            const UINT32 index = ((v & level.vMask) >> level.vShift) + (u >> 16 & level.uMask);
+            u += uStep;
+            v += vStep;
+            return Texel::fetch(level.palette, level.texels, index);
+        }
+    };
 
     /// Pixels whose channels all stay in range; start is what they begin with. Works on whole batches, and at the end
     /// writes back what was there behind the last pixel.
-    void piece(UINT16* out, INT32 count, UINT32* start)
+    void piece(UINT16* out, INT32 count, const UINT32* start)
     {
         const UINT32 steps = static_cast<UINT32>(count);
-        UINT32 texelU = u, texelV = v;
-        const auto next = [&](Lanes old)
+        Sampler s = {level, u, v, uStep, vStep};
+        WideLanes even[kChannels + 1], odd[kChannels + 1];
+        for (int c = 0; c < kChannels; ++c)
+        {
+            even[c] = ramp[c].even + start[c];
+            odd[c] = ramp[c].odd + start[c];
+        }
+        const auto next = [&](Lanes old) __attribute__((always_inline))
         {
             Lanes texels = {}, light[kChannels + 1];
             if constexpr (Texel::kTextured)
             {
-                const auto texel = [&] { return nextTexel(level, texelU, texelV, uStep, vStep); };
-                texels = Lanes{texel(), texel(), texel(), texel(), texel(), texel(), texel(), texel()};
+                texels = Lanes{s.next(), s.next(), s.next(), s.next(), s.next(), s.next(), s.next(), s.next()};
             }
             for (int c = 0; c < kChannels; ++c)
             {
-                light[c] = topFiveBits(start[c], ramp[c]);
-                start[c] += kLanes * ramp[c][1];
+                light[c] = topFiveBits(even[c], odd[c]);
+                even[c] += ramp[c].batch;
+                odd[c] += ramp[c].batch;
             }
             return pixels(texels, light, old);
         };
@@ -279,8 +292,7 @@ void fillTriangle(const KxcGLTriangle* triangle, const KxcVector4* vertices)
     for (int i = 0; i < kValues; ++i)
         span.gradient[i] = scan.gradient(corners[i]);
     for (int c = 0; c < span.kChannels; ++c)
-        for (int i = 0; i < kLanes; ++i)
-            span.ramp[c][i] = static_cast<UINT32>(i) * static_cast<UINT32>(span.gradient[c]);
+        span.ramp[c].begin(static_cast<UINT32>(span.gradient[c]));
     if constexpr (Texel::kTextured)
     {
         const INT32 wanted = kPerspective ? 0 : kxcScan::chooseLevel(span.gradient[span.kU], span.gradient[span.kV]);

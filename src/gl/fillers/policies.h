@@ -36,13 +36,26 @@ Lanes select(Mask mask, Lanes yes, Lanes no)
 /// At index kLanes - n: n lanes of ones, zeros behind them.
 constexpr UINT16 kLaneMasks[2 * kLanes] = {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
 
-/// The top five bits of eight 8.16 channels.
-inline Lanes topFiveBits(UINT32 start, const UINT32* ramp)
+typedef UINT32 WideLanes __attribute__((vector_size(kLanes / 2 * sizeof(UINT32))));
+
+/// An 8.16 channel along a span: the even pixels of a batch beside the odd ones, so that their top five bits fall into
+/// the low and the high halves of the same words, which are the lanes of the batch.
+struct ChannelRamp
 {
-    UINT16 result[kLanes];
-    for (int i = 0; i < kLanes; ++i)
-        result[i] = static_cast<UINT16>((start + ramp[i]) >> 19);
-    return load(result);
+    WideLanes even, odd, batch; // from the first pixel to the others, from batch to batch
+
+    void begin(UINT32 step)
+    {
+        even = WideLanes{0, 2 * step, 4 * step, 6 * step};
+        odd = even + step;
+        batch = WideLanes{} + kLanes * step;
+    }
+};
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "elsewhere the even pixels belong in the high halves");
+
+inline Lanes topFiveBits(WideLanes even, WideLanes odd)
+{
+    return reinterpret_cast<Lanes>((even >> 19) | (odd >> 3 & 0x1F0000));
 }
 
 struct Channels
