@@ -17,18 +17,7 @@ using kxcScan::add;
 using kxcScan::multiply;
 using kxcScan::scale;
 
-constexpr INT64 kOneOverW = INT64(1) << 42; // divided by 32 w
-constexpr int kPerspectiveShift = 21;
-constexpr INT32 kRun = 16;                // pixels from one perspective division to the next
-constexpr INT64 kLeastW = 655;            // 0.01, for a w of 0
-constexpr INT64 kReplacedZero = 0x200000; // for a 1 / w of 0
-
-/// u * q >> 21 without losing the high bits of the product.
-inline INT64 divideByW(INT64 u, INT64 q)
-{
-    constexpr INT64 kLow = (INT64(1) << kPerspectiveShift) - 1;
-    return add(multiply(u >> kPerspectiveShift, q), multiply(u & kLow, q) >> kPerspectiveShift);
-}
+constexpr INT32 kRun = 16; // pixels from one perspective division to the next
 
 /// 0..255 as a blend factor 0..32.
 constexpr UINT16 blendFactor(UINT32 alpha)
@@ -37,6 +26,7 @@ constexpr UINT16 blendFactor(UINT32 alpha)
     return static_cast<UINT16>(((t >> 8) + t) >> 8);
 }
 
+/// What one triangle's rows have in common, and the current position in a row.
 template <class Shade, class Texel, class Blend, bool kPerspective>
 struct Span
 {
@@ -110,31 +100,32 @@ struct Span
             even[c] = ramp[c].even + start[c];
             odd[c] = ramp[c].odd + start[c];
         }
-        const auto next = [&](Lanes old) __attribute__((always_inline))
+        UINT16 spare[kLanes] = {};
+        for (; count > 0; count -= kLanes, out += kLanes)
         {
-            Lanes texels = {}, light[kChannels + 1];
-            if constexpr (Texel::kTextured)
+            const bool partial = count < kLanes;
+            UINT16* place = out;
+            if (partial && out > lastBatch)
             {
-                texels = Lanes{s.next(), s.next(), s.next(), s.next(), s.next(), s.next(), s.next(), s.next()};
+                place = spare;
+                for (INT32 i = 0; i < count; ++i)
+                    spare[i] = out[i];
             }
+            Lanes texels = {}, light[kChannels + 1], old = {};
+            if (kReadsTarget || partial)
+                old = load(place);
+            if constexpr (Texel::kTextured)
+                texels = Lanes{s.next(), s.next(), s.next(), s.next(), s.next(), s.next(), s.next(), s.next()};
             for (int c = 0; c < kChannels; ++c)
             {
                 light[c] = topFiveBits(even[c], odd[c]);
                 even[c] += ramp[c].batch;
                 odd[c] += ramp[c].batch;
             }
-            return pixels(texels, light, old);
-        };
-        for (; count >= kLanes; count -= kLanes, out += kLanes)
-            store(out, next(kReadsTarget ? load(out) : Lanes{}));
-        if (count > 0)
-        {
-            UINT16 spare[kLanes] = {};
-            UINT16* place = out <= lastBatch ? out : spare;
-            for (INT32 i = 0; place == spare && i < count; ++i)
-                spare[i] = out[i];
-            const Lanes old = load(place);
-            store(place, select(load(kLaneMasks + kLanes - count) != 0, next(old), old));
+            Lanes result = pixels(texels, light, old);
+            if (partial)
+                result = select(load(kLaneMasks + kLanes - count) != 0, result, old);
+            store(place, result);
             for (INT32 i = 0; place == spare && i < count; ++i)
                 out[i] = spare[i];
         }
@@ -216,13 +207,15 @@ struct Span
             step(length + (begin - x - length) / kRun * kRun);
             length = kRun;
         }
-        INT64 w = kOneOverW / (q ? q : kReplacedZero);
-        INT64 uStart = multiply(uq, w) >> kPerspectiveShift, vStart = multiply(vq, w) >> kPerspectiveShift;
+        INT64 w = kxcScan::reciprocal(q);
+        INT64 uStart = multiply(uq, w) >> kxcScan::kPerspectiveShift,
+              vStart = multiply(vq, w) >> kxcScan::kPerspectiveShift;
         while (x < end)
         {
             step(length);
-            w = kOneOverW / (q ? q : kReplacedZero);
-            const INT64 uEnd = multiply(uq, w) >> kPerspectiveShift, vEnd = multiply(vq, w) >> kPerspectiveShift;
+            w = kxcScan::reciprocal(q);
+            const INT64 uEnd = multiply(uq, w) >> kxcScan::kPerspectiveShift,
+                        vEnd = multiply(vq, w) >> kxcScan::kPerspectiveShift;
             const INT64 uWay = kxcScan::subtract(uEnd, uStart), vWay = kxcScan::subtract(vEnd, vStart);
             uStep = static_cast<UINT32>(length == kRun ? uWay >> 9 : uWay / (32 * length));
             vStep = static_cast<UINT32>(length == kRun ? vWay >> 9 : vWay / (32 * length));
@@ -239,33 +232,16 @@ struct Span
         }
     }
 
-    /// What the corners have of each interpolated value, from top to bottom.
-    static void gather(const KxcGLTriangle::Corners& corners, const kxcScan::Scan& scan, const KxcVector4* vertices,
-                       INT64 width, INT64 height, INT64 (*values)[3])
+    /// The channels of the corners, from top to bottom.
+    static void gatherChannels(const UINT32* colors, const INT32* order, INT64 (*values)[3])
     {
         for (int i = 0; i < 3; ++i)
         {
-            const int corner = scan.order[i];
-            const UINT32 color = corners.color[corner];
+            const UINT32 color = colors[order[i]];
             for (int c = 0; c < Shade::kChannels; ++c)
                 values[c][i] = (color >> Shade::kShifts[c] & 255) << 16;
             if constexpr (kGouraudAlpha)
                 values[Shade::kChannels][i] = (color >> 24) << 16;
-            if constexpr (Texel::kTextured)
-            {
-                INT64 uCorner = multiply(corners.u[corner].raw(), width);
-                INT64 vCorner = multiply(corners.v[corner].raw(), height);
-                if constexpr (kPerspective)
-                {
-                    const INT64 w = vertices[corners.vertex[corner]].w.raw();
-                    const INT64 q = kOneOverW / ((w ? w : kLeastW) * 32);
-                    uCorner = divideByW(multiply(uCorner, 32), q);
-                    vCorner = divideByW(multiply(vCorner, 32), q);
-                    values[kQ][i] = q;
-                }
-                values[kU][i] = uCorner;
-                values[kV][i] = vCorner;
-            }
         }
     }
 };
@@ -277,20 +253,24 @@ void fillTriangle(const KxcGLTriangle* triangle, const KxcVector4* vertices)
     using kxcScan::Slope;
 
     kxcScan::Scan scan;
-    INT32 textureWidth = 0, textureHeight = 0;
-    if (!scan.begin(*triangle, vertices) || (Texel::kTextured && !kxcScan::textureSize(textureWidth, textureHeight)))
+    if (!scan.begin(*triangle, vertices) || (Texel::kTextured && !kxcScan::hasTexture()))
         return;
 
     Span<Shade, Texel, Blend, kPerspective> span;
     constexpr int kValues = span.kValues;
     const UINT32 color = triangle->corners.color[0];
     for (int c = 0; c < 3; ++c)
-        span.flat[c] = Lanes{} + static_cast<UINT16>(color >> (16 - 8 * c) & 255);
-    span.flatAlpha = Lanes{} + blendFactor(color >> 24);
+        span.flat[c] = broadcast(static_cast<UINT16>(color >> (16 - 8 * c) & 255));
+    span.flatAlpha = broadcast(blendFactor(color >> 24));
     INT64 corners[kValues + 1][3];
-    span.gather(triangle->corners, scan, vertices, textureWidth, textureHeight, corners);
-    for (int i = 0; i < kValues; ++i)
-        span.gradient[i] = scan.gradient(corners[i]);
+    span.gatherChannels(triangle->corners.color, scan.order, corners);
+    if constexpr (Texel::kTextured)
+    {
+        scan.textureCorners(triangle->corners, corners[span.kU], corners[span.kV]);
+        if constexpr (kPerspective)
+            scan.divideByW(triangle->corners, vertices, corners[span.kU], corners[span.kV], corners[span.kQ]);
+    }
+    scan.gradients(corners, kValues, span.gradient);
     for (int c = 0; c < span.kChannels; ++c)
         span.ramp[c].begin(static_cast<UINT32>(span.gradient[c]));
     if constexpr (Texel::kTextured)
@@ -319,8 +299,7 @@ void fillTriangle(const KxcGLTriangle* triangle, const KxcVector4* vertices)
         if (now != leftEdge)
         {
             left.begin(*now, scan.x, begin);
-            for (int i = 0; i < kValues; ++i)
-                values[i].begin(*now, corners[i], begin);
+            kxcScan::beginAll(values, *now, corners, kValues, begin);
             leftEdge = now;
         }
         now = scan.longOnRight ? &scan.edges[0] : &side;

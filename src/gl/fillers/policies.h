@@ -17,6 +17,8 @@ constexpr int kLanes = 8;
 /// Eight 16-bit values, or pixels, next to each other. Comparisons answer all ones or zero.
 typedef UINT16 Lanes __attribute__((vector_size(kLanes * sizeof(UINT16))));
 
+inline Lanes broadcast(UINT16 v) { return Lanes{v, v, v, v, v, v, v, v}; }
+
 inline Lanes load(const UINT16* pixels)
 {
     Lanes result;
@@ -48,7 +50,7 @@ struct ChannelRamp
     {
         even = WideLanes{0, 2 * step, 4 * step, 6 * step};
         odd = even + step;
-        batch = WideLanes{} + kLanes * step;
+        batch = WideLanes{kLanes * step, kLanes * step, kLanes * step, kLanes * step};
     }
 };
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "elsewhere the even pixels belong in the high halves");

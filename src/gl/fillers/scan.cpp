@@ -12,6 +12,15 @@
 namespace kxcScan
 {
 
+static constexpr INT64 kLeastW = 655; // 0.01, for a w of 0
+
+/// a * b >> kPerspectiveShift without losing the high bits of the product.
+static INT64 multiplyHigh(INT64 a, INT64 b)
+{
+    constexpr INT64 kLow = (INT64(1) << kPerspectiveShift) - 1;
+    return add(multiply(a >> kPerspectiveShift, b), multiply(a & kLow, b) >> kPerspectiveShift);
+}
+
 bool Scan::begin(const KxcGLTriangle& triangle, const KxcVector4* vertices)
 {
     const INT32* vertex = triangle.corners.vertex;
@@ -55,6 +64,52 @@ bool Scan::begin(const KxcGLTriangle& triangle, const KxcVector4* vertices)
     return true;
 }
 
+void Scan::textureCorners(const KxcGLTriangle::Corners& record, INT64* u, INT64* v) const
+{
+    const KxcGLTexture* texture = kxcCore->textureCache.current;
+    for (int i = 0; i < 3; ++i)
+    {
+        u[i] = multiply(record.u[order[i]].raw(), texture->getPrimarySurfaceWidth());
+        v[i] = multiply(record.v[order[i]].raw(), texture->getPrimarySurfaceHeight());
+    }
+}
+
+void Scan::divideByW(const KxcGLTriangle::Corners& record, const KxcVector4* vertices, INT64* u, INT64* v,
+                     INT64* q) const
+{
+    for (int i = 0; i < 3; ++i)
+    {
+        const INT64 w = vertices[record.vertex[order[i]]].w.raw();
+        q[i] = kOneOverW / ((w ? w : kLeastW) * 32);
+        u[i] = multiplyHigh(multiply(u[i], 32), q[i]);
+        v[i] = multiplyHigh(multiply(v[i], 32), q[i]);
+    }
+}
+
+void Scan::gradients(const INT64 (*corners)[3], int count, INT64* results) const
+{
+    for (int i = 0; i < count; ++i)
+    {
+        const INT64* c = corners[i];
+        const INT64 across = add(c[0], scale(subtract(c[2], c[0]), ratio));
+        results[i] = multiply(subtract(across, c[1]), kOne) / width;
+    }
+}
+
+void Slope::begin(const Edge& edge, const INT64* corners, INT64 row)
+{
+    step = scale(subtract(corners[edge.to], corners[edge.from]), edge.inverse);
+    value = add(corners[edge.from], scale(step, edge.lead));
+    if (row > edge.first)
+        value = add(value, multiply(step, row - edge.first));
+}
+
+void beginAll(Slope* slopes, const Edge& edge, const INT64 (*corners)[3], int count, INT64 row)
+{
+    for (int i = 0; i < count; ++i)
+        slopes[i].begin(edge, corners[i], row);
+}
+
 Target::Target() : surface(kxcCore && kxcCore->device ? kxcCore->device->getSecondary() : nullptr), width(0), height(0)
 {
     void* store = nullptr;
@@ -95,15 +150,7 @@ bool Level::open(INT32 wanted, INT32 format)
     return true;
 }
 
-bool textureSize(INT32& width, INT32& height)
-{
-    KxcGLTexture* texture = kxcCore ? kxcCore->textureCache.current : nullptr;
-    if (!texture)
-        return false;
-    width = texture->getPrimarySurfaceWidth();
-    height = texture->getPrimarySurfaceHeight();
-    return true;
-}
+bool hasTexture() { return kxcCore && kxcCore->textureCache.current; }
 
 INT32 chooseLevel(INT64 du, INT64 dv)
 {

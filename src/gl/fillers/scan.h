@@ -21,6 +21,12 @@ inline INT64 scale(INT64 a, INT64 factor) { return multiply(a, factor) >> 16; }
 /// The first pixel whose position is not before a 16.16 coordinate.
 inline INT64 ceil(INT64 coordinate) { return add(coordinate, 0xFFFF) >> 16; }
 
+constexpr int kPerspectiveShift = 21;
+constexpr INT64 kOneOverW = INT64(1) << 42; // q is this divided by 32 w
+
+/// From q back to 32 w.
+inline INT64 reciprocal(INT64 q) { return kOneOverW / (q ? q : 0x200000); }
+
 /// A side of the triangle, from a corner down to another; covers rows first to end - 1.
 struct Edge
 {
@@ -35,15 +41,12 @@ struct Slope
 {
     INT64 value, step; // at the current row; from row to row
 
-    void begin(const Edge& edge, const INT64* corners, INT64 row)
-    {
-        step = scale(subtract(corners[edge.to], corners[edge.from]), edge.inverse);
-        value = add(corners[edge.from], scale(step, edge.lead));
-        if (row > edge.first)
-            value = add(value, multiply(step, row - edge.first));
-    }
+    /// @param corners  the value at the corners from top to bottom, here and below
+    void begin(const Edge& edge, const INT64* corners, INT64 row);
     void next() { value = add(value, step); }
 };
+
+void beginAll(Slope* slopes, const Edge& edge, const INT64 (*corners)[3], int count, INT64 row);
 
 /// The geometry of one triangle.
 struct Scan
@@ -57,12 +60,13 @@ struct Scan
 
     /// @return false where there is nothing to draw
     bool begin(const KxcGLTriangle& triangle, const KxcVector4* vertices);
-    /// By how much a value of the corners (from top to bottom) changes from one pixel to the next.
-    INT64 gradient(const INT64* corners) const
-    {
-        const INT64 across = add(corners[0], scale(subtract(corners[2], corners[0]), ratio));
-        return multiply(subtract(across, corners[1]), kOne) / width;
-    }
+    /// Texture coordinates of the corners, in texels of level 0. There is a current texture.
+    void textureCorners(const KxcGLTriangle::Corners& record, INT64* u, INT64* v) const;
+    /// Makes of them what is linear on the screen: q, which stands for 1 / w, and u and v times q.
+    void divideByW(const KxcGLTriangle::Corners& record, const KxcVector4* vertices, INT64* u, INT64* v,
+                   INT64* q) const;
+    /// By how much each of some values changes from one pixel to the next.
+    void gradients(const INT64 (*corners)[3], int count, INT64* results) const;
 };
 
 /// The render target, locked for as long as this lives; width is 0 where there is none.
@@ -97,8 +101,7 @@ struct Level
     bool open(INT32 wanted, INT32 format);
 };
 
-/// The sides of the current texture's level 0. @return false where there is no texture
-bool textureSize(INT32& width, INT32& height);
+bool hasTexture(); ///< whether there is a current texture
 /// The level for an affine triangle, one sharper than its texel rate. @param du, dv  texels of level 0 a pixel
 INT32 chooseLevel(INT64 du, INT64 dv);
 
