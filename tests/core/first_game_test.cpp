@@ -11,7 +11,8 @@ TEST(FirstGame, SquareFollowsKeysAndClicks)
 {
     Engine engine(320, 240, nullptr, makeGame);
     const UINT16* frame = nullptr;
-    const auto squareAt = [&frame](INT32 x, INT32 y) {
+    const auto squareAt = [&frame](INT32 x, INT32 y)
+    {
         frame = reinterpret_cast<const UINT16*>(embeddedFrame());
         const UINT16 ground = frame[0], square = frame[y * 320 + x];
         return square != ground && frame[(y - 10) * 320 + x - 10] == square && frame[(y + 9) * 320 + x + 9] == square &&
