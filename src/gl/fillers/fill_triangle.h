@@ -46,6 +46,7 @@ struct Span
 
     // At the current pixel
     INT64 channel[kChannels + 1];
+    bool steady; // the channels stay in range up to the end of the row
     UINT32 u, v, uStep, vStep;
 
     Lanes pixels(Lanes texels, const Lanes* light, Lanes old) const
@@ -73,18 +74,39 @@ struct Span
         return out;
     }
 
-    /// Where the next texel comes from. A piece has its own, so that the compiler can keep all of it in registers.
+    /// Fetches a batch of texels. A piece has its own, so that the compiler can keep all of it in registers.
     struct Sampler
     {
         kxcScan::Level level;
-        UINT32 u, v, uStep, vStep;
+        WideLanes u[2], v[2], uBatch, vBatch; // the first four pixels, the others
 
-        __attribute__((always_inline)) UINT16 next()
+        Sampler(const Span& span) : level(span.level)
         {
-            const UINT32 index = ((v & level.vMask) >> level.vShift) + (u >> 16 & level.uMask);
-            u += uStep;
-            v += vStep;
-            return Texel::fetch(level.palette, level.texels, index);
+            begin(span.u, span.uStep, u, uBatch);
+            begin(span.v, span.vStep, v, vBatch);
+        }
+        static void begin(UINT32 start, UINT32 step, WideLanes* first, WideLanes& batch)
+        {
+            const WideLanes steps = broadcastWide(step);
+            first[0] =
+                (steps & WideLanes{0, ~0u, 0, ~0u}) + (steps << 1 & WideLanes{0, 0, ~0u, ~0u}) + broadcastWide(start);
+            first[1] = first[0] + (steps << 2);
+            batch = steps << 3;
+        }
+        __attribute__((always_inline)) Lanes next()
+        {
+            WideLanes index[2];
+            for (int half = 0; half < 2; ++half)
+            {
+                index[half] = ((v[half] & level.vMask) >> level.vShift) + (u[half] >> 16 & level.uMask);
+                u[half] += uBatch;
+                v[half] += vBatch;
+            }
+            const auto texel = [&](int i) __attribute__((always_inline))
+            {
+                return Texel::fetch(level.palette, level.texels, index[i / 4][i % 4]);
+            };
+            return Lanes{texel(0), texel(1), texel(2), texel(3), texel(4), texel(5), texel(6), texel(7)};
         }
     };
 
@@ -93,7 +115,7 @@ struct Span
     void piece(UINT16* out, INT32 count, const UINT32* start)
     {
         const UINT32 steps = static_cast<UINT32>(count);
-        Sampler s = {level, u, v, uStep, vStep};
+        Sampler sampler(*this);
         WideLanes even[kChannels + 1], odd[kChannels + 1];
         for (int c = 0; c < kChannels; ++c)
         {
@@ -115,7 +137,7 @@ struct Span
             if (kReadsTarget || partial)
                 old = load(place);
             if constexpr (Texel::kTextured)
-                texels = Lanes{s.next(), s.next(), s.next(), s.next(), s.next(), s.next(), s.next(), s.next()};
+                texels = sampler.next();
             for (int c = 0; c < kChannels; ++c)
             {
                 light[c] = topFiveBits(even[c], odd[c]);
@@ -144,7 +166,7 @@ struct Span
             while (count > 0)
             {
                 INT32 length = count;
-                while (length > 1 && !staysInRange(length))
+                while (!steady && length > 1 && !staysInRange(length))
                     length /= 2;
                 for (int c = 0; c < kChannels; ++c)
                 {
@@ -176,6 +198,7 @@ struct Span
 
         for (int c = 0; c < kChannels; ++c)
             channel[c] = atPixel(c, begin);
+        steady = staysInRange(static_cast<INT32>(end - begin));
         if constexpr (Texel::kTextured && kPerspective)
             perspectiveRuns(row, left, right, begin, end, atPixel(kQ, left), atPixel(kU, left), atPixel(kV, left));
         else

@@ -40,6 +40,8 @@ constexpr UINT16 kLaneMasks[2 * kLanes] = {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFF
 
 typedef UINT32 WideLanes __attribute__((vector_size(kLanes / 2 * sizeof(UINT32))));
 
+inline WideLanes broadcastWide(UINT32 v) { return WideLanes{v, v, v, v}; }
+
 /// An 8.16 channel along a span: the even pixels of a batch beside the odd ones, so that their top five bits fall into
 /// the low and the high halves of the same words, which are the lanes of the batch.
 struct ChannelRamp
@@ -50,7 +52,7 @@ struct ChannelRamp
     {
         even = WideLanes{0, 2 * step, 4 * step, 6 * step};
         odd = even + step;
-        batch = WideLanes{kLanes * step, kLanes * step, kLanes * step, kLanes * step};
+        batch = broadcastWide(kLanes * step);
     }
 };
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "elsewhere the even pixels belong in the high halves");
