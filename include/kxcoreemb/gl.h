@@ -227,3 +227,26 @@ private:
 
 /// Registers the device "ReferenceARM": the base device with all fillers. Called from a game's init function.
 KXC_API void kxcUseGLDefault();
+
+// Variants of it. Creating one forgets all registered fillers, as with any device.
+
+/// "DefaultFSAA": draws a frame twice as wide and high as the screen and averages it while presenting, so that edges
+/// are smooth. Registers no fillers.
+KXC_API void kxcUseGLDefaultFSAA();
+/// "DefaultUpsample": draws a frame half as wide and high as the screen and enlarges it, for slow devices. Has all
+/// fillers.
+KXC_API void kxcUseGLDefaultUpsample();
+/// "DefaultProfiler": the base device, which logs every frame's time and every triangle's size into the first of
+/// kxlog000.dat, kxlog001.dat ... that is not there yet. Has all fillers but those of PALETTE8 textures, whose
+/// triangles are not logged. It has the highest priority: KxcGL::create(0, 0) picks it wherever it is registered.
+///
+/// The log is little-endian 16-bit records, the id in the upper six bits and the value in the lower ten. Id 0 ends a
+/// frame: the milliseconds since the last one. Others are triangles: 1 flat, 2 Gouraud or greyscale Gouraud, 3 texture,
+/// 4 texture 5515, 5 texture flat, 6 texture Gouraud or greyscale Gouraud, 7 to 10 like 3 to 6 with perspective; plus
+/// 10 blended by add, 20 by alpha, 30 by inverse multiply. Values beyond 1023 are logged as 1023.
+KXC_API void kxcUseGLDefaultProfiler();
+/// "ZBuffer": compares depths for every pixel of untextured, opaque Gouraud triangles, so that they may intersect.
+/// Registers no fillers: the test begins with kxcGLUseFillerGouraud. All other triangles are drawn as on any device and
+/// neither heed the depths nor leave any; likewise all that is orthographic, where w says nothing about the depth.
+/// KxcGL::clear() clears the depths too. setRenderTarget() is refused.
+KXC_API void kxcUseGLZBuffer();

@@ -7,7 +7,6 @@
 #include <kxcoreemb/gl_texture.h>
 
 #include <cstring>
-#include <utility>
 
 namespace
 {
@@ -44,20 +43,23 @@ INT32 KxcGLDevice::initialize()
         m_orientation |= kQuarterTurn;
     if (m_flags & KXCGLCREATE_UPSIDEDOWN)
         m_orientation |= kHalfTurn;
-    m_frameWidth = screenWidth;
-    m_frameHeight = screenHeight;
-    if (m_orientation & kQuarterTurn)
-        std::swap(m_frameWidth, m_frameHeight);
     m_directPresent = m_orientation == 0;
+    const bool turned = m_orientation & kQuarterTurn;
+    return makeBackBuffer(turned ? screenHeight : screenWidth, turned ? screenWidth : screenHeight) && pipeline.init();
+}
 
-    m_backBuffer = KxcGLSurface::create(m_frameWidth, m_frameHeight, KXCSURFACEFORMAT_55X5);
-    m_renderTarget = m_backBuffer;
-    if (!m_backBuffer || !pipeline.init())
-        return 0;
-    KxcGLSurfaceDescriptor* surface = KxcGLSurfaceDescriptor::of(m_backBuffer);
+bool KxcGLDevice::makeBackBuffer(INT32 width, INT32 height)
+{
+    KxcGLSurface* made = KxcGLSurface::create(width, height, KXCSURFACEFORMAT_55X5);
+    if (!made)
+        return false;
+    KxcGLSurfaceDescriptor* surface = KxcGLSurfaceDescriptor::of(made);
     std::memset(surface->pixels, 0, static_cast<size_t>(surface->pitch()) * static_cast<size_t>(surface->height));
     surface->flags |= KXCSURFACEFLAG_DEVICE;
-    return 1;
+    m_backBuffer = m_renderTarget = made;
+    m_frameWidth = width;
+    m_frameHeight = height;
+    return true;
 }
 
 void KxcGLDevice::deinitialize()
@@ -209,3 +211,5 @@ void KxcGLDevice::onTextureSelected(KxcGLTexture*) {}
 void KxcGLDevice::onSetStateF(INT32 id, KxcFixed value) { onSetStateI(id, static_cast<INT32>(value)); }
 
 void KxcGLDevice::onSetStateI(INT32, INT32) {}
+
+KxcGLFiller KxcGLDevice::fillerOf(const KxcGLFiller& entry) { return entry; }

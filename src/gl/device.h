@@ -36,6 +36,8 @@ public:
     virtual void onTextureSelected(KxcGLTexture* texture);  ///< the next triangle that is filled shows it
     virtual void onSetStateF(INT32 id, KxcFixed value);     ///< a state is about to be set, or refused
     virtual void onSetStateI(INT32 id, INT32 value);
+    /// What draws the triangles of a batch for which an entry of the filler tables was chosen; the entry itself here.
+    virtual KxcGLFiller fillerOf(const KxcGLFiller& entry);
 
     KxcGLPipeline pipeline;
 
@@ -45,6 +47,10 @@ protected:
         kQuarterTurn = 4,
         kHalfTurn = 8
     };
+
+    /// Makes a black back buffer, which becomes the render target and gives the frame its size.
+    /// @return false, and nothing changes, when memory runs out
+    bool makeBackBuffer(INT32 width, INT32 height);
 
     UINT32 m_flags;          // KXCGLCREATE_ bits
     INT32 m_orientation = 0; // kQuarterTurn and kHalfTurn bits

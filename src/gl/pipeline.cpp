@@ -2,6 +2,7 @@
 #include "gl/pipeline.h"
 
 #include "core/core_state.h"
+#include "gl/device.h"
 
 #include <kxcoreemb/fixed_math.h>
 
@@ -125,8 +126,9 @@ const KxcGLBatchState* KxcGLPipeline::nextBatch()
     batch.texture = state.texture;
     batch.shading = state.value(KXCGLSTATE_SHADING);
     batch.wireframe = state.value(KXCGLSTATE_WIREFRAME);
-    batch.affineFiller = slot >= 0 ? fillers[slot] : kxcGLFillNothing;
-    batch.filler = slot >= 0 && state.isOn(KXCGLSTATE_PERSPECTIVE) ? fillers[slot + 4] : batch.affineFiller;
+    batch.affineFiller = slot >= 0 ? m_device.fillerOf(fillers[slot]) : kxcGLFillNothing;
+    batch.filler =
+        slot >= 0 && state.isOn(KXCGLSTATE_PERSPECTIVE) ? m_device.fillerOf(fillers[slot + 4]) : batch.affineFiller;
     return &batch;
 }
 

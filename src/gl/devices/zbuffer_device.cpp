@@ -1,0 +1,202 @@
+// zbuffer_device.cpp - the variant with a depth for every pixel, which untextured, opaque Gouraud triangles heed.
+//
+// What is kept of a depth is q = 2^38 / w, which changes linearly across the screen: the larger, the nearer, and 0 is
+// farther than everything. Each triangle writes where its q is larger than what is there.
+#include "gl/devices/variant.h"
+#include "gl/fillers/scan.h"
+
+#include <cstring>
+
+namespace
+{
+
+using kxcScan::add;
+using kxcScan::multiply;
+using kxcScan::scale;
+
+/// From the left edge to the right one, in 64 bits.
+enum Value
+{
+    kRed,
+    kGreen,
+    kBlue, // 8.16
+    kDepth,
+    kValues
+};
+constexpr INT64 kChannelLimit = 256 << 16;
+constexpr INT64 kLeastW = 655;       // 0.01, for a w of 0
+constexpr INT64 kDepthEnd = 1 << 30; // q stays below
+constexpr int kDepthFraction = 12;   // bits of q behind the point: distant triangles have few before it
+constexpr INT64 kDepthLimit = kDepthEnd << kDepthFraction;
+
+class ZBufferDevice final : public KxcGLDevice
+{
+public:
+    using KxcGLDevice::KxcGLDevice;
+    ~ZBufferDevice() override { ZBufferDevice::deinitialize(); }
+
+    INT32 setRenderTarget(KxcGLSurface*) override { return 0; } // other surfaces have no depths
+    INT32 clear(INT32 color, KxcFixed depth, INT32 flags) override;
+    INT32 initialize() override;
+    void deinitialize() override;
+    KxcGLFiller fillerOf(const KxcGLFiller& entry) override;
+    /// Draws a Gouraud triangle where it is nearer than what was drawn before.
+    virtual void fillGouraud(const KxcGLTriangle* triangle, const KxcVector4* vertices);
+
+private:
+    void clearDepths();
+
+    UINT32* m_depths = nullptr; // owned: of each pixel of the frame
+};
+
+/// One row of a triangle.
+struct Row
+{
+    INT64 value[kValues], gradient[kValues]; // at the current pixel, from pixel to pixel
+
+    bool staysInRange(INT64 count) const
+    {
+        INT64 channels = 0;
+        for (int i = kRed; i <= kBlue; ++i)
+            channels |= value[i] | add(value[i], multiply(gradient[i], count - 1));
+        const INT64 depth = value[kDepth] | add(value[kDepth], multiply(gradient[kDepth], count - 1));
+        return channels >= 0 && channels < kChannelLimit && depth >= 0 && depth < kDepthLimit;
+    }
+
+    /// @tparam kClamp  for rows where rounding carries a value out of its range
+    template <bool kClamp>
+    void draw(UINT16* pixels, UINT32* depths, INT64 count)
+    {
+        const auto read = [&](int i, INT64 limit)
+        {
+            const INT64 v = value[i];
+            value[i] = add(v, gradient[i]);
+            return static_cast<UINT64>(!kClamp ? v : v < 0 ? 0 : v < limit ? v : limit - 1);
+        };
+        for (INT64 x = 0; x < count; ++x)
+        {
+            const UINT32 depth = static_cast<UINT32>(read(kDepth, kDepthLimit) >> kDepthFraction);
+            const UINT64 r = read(kRed, kChannelLimit), g = read(kGreen, kChannelLimit), b = read(kBlue, kChannelLimit);
+            if (depths[x] < depth)
+            {
+                depths[x] = depth;
+                pixels[x] = static_cast<UINT16>(r >> 19 << 11 | g >> 19 << 6 | b >> 19);
+            }
+        }
+    }
+};
+
+INT64 depthOf(KxcFixed w)
+{
+    const INT64 q = (INT64(1) << 38) / (w.raw() ? w.raw() : kLeastW);
+    return (q < 0 ? 0 : q < kDepthEnd ? q : kDepthEnd - 1) << kDepthFraction;
+}
+
+void ZBufferDevice::fillGouraud(const KxcGLTriangle* triangle, const KxcVector4* vertices)
+{
+    kxcScan::Scan scan;
+    if (!scan.begin(*triangle, vertices))
+        return;
+    INT64 corners[kValues][3];
+    for (int i = 0; i < 3; ++i)
+    {
+        const int corner = scan.order[i];
+        const UINT32 color = triangle->corners.color[corner];
+        corners[kRed][i] = (color >> 16 & 255) << 16;
+        corners[kGreen][i] = (color >> 8 & 255) << 16;
+        corners[kBlue][i] = (color & 255) << 16;
+        corners[kDepth][i] = depthOf(vertices[triangle->corners.vertex[corner]].w);
+    }
+    Row row;
+    scan.gradients(corners, kValues, row.gradient);
+
+    const kxcScan::Target target;
+    for (int part = 1; part <= 2; ++part) // above the middle corner, below it
+    {
+        const kxcScan::Edge& side = scan.edges[part];
+        const kxcScan::Edge& leftEdge = scan.longOnRight ? side : scan.edges[0];
+        const kxcScan::Edge& rightEdge = scan.longOnRight ? scan.edges[0] : side;
+        const INT64 begin = side.first > 0 ? side.first : 0, end = side.end < target.height ? side.end : target.height;
+        if (begin >= end)
+            continue;
+        kxcScan::Slope left, right, values[kValues];
+        left.begin(leftEdge, scan.x, begin);
+        right.begin(rightEdge, scan.x, begin);
+        kxcScan::beginAll(values, leftEdge, corners, kValues, begin);
+        for (INT64 y = begin; y < end; ++y)
+        {
+            const INT64 first = kxcScan::ceil(left.value), last = kxcScan::ceil(right.value);
+            const INT64 from = first > 0 ? first : 0, to = last < target.width ? last : target.width;
+            if (from < to)
+            {
+                const INT64 lead = first * kxcScan::kOne - left.value;
+                for (int i = 0; i < kValues; ++i)
+                    row.value[i] = add(add(values[i].value, scale(row.gradient[i], lead)),
+                                       multiply(row.gradient[i], from - first));
+                const INT64 start = y * target.width + from;
+                if (row.staysInRange(to - from))
+                    row.draw<false>(target.pixels + start, m_depths + start, to - from);
+                else
+                    row.draw<true>(target.pixels + start, m_depths + start, to - from);
+            }
+            left.next();
+            right.next();
+            for (kxcScan::Slope& value : values)
+                value.next();
+        }
+    }
+}
+
+void fillDepthTested(const KxcGLTriangle* triangle, const KxcVector4* vertices)
+{
+    static_cast<ZBufferDevice*>(kxcCore->device)->fillGouraud(triangle, vertices);
+}
+
+KxcGLFiller ZBufferDevice::fillerOf(const KxcGLFiller& entry)
+{
+    const KxcGLFiller* slots = kxcCore->fillers[0][0]; // opaque, untextured
+    const bool gouraud = &entry == &slots[2] || &entry == &slots[6];
+    const bool tested = gouraud && entry != kxcGLFillNothing && !pipeline.state.isOn(KXCGLSTATE_ORTHOGRAPHIC);
+    return tested ? fillDepthTested : entry;
+}
+
+INT32 ZBufferDevice::initialize()
+{
+    if (!KxcGLDevice::initialize())
+        return 0;
+    m_depths = new (std::nothrow) UINT32[static_cast<size_t>(m_frameWidth) * static_cast<size_t>(m_frameHeight)];
+    if (!m_depths)
+    {
+        ZBufferDevice::deinitialize();
+        return 0;
+    }
+    clearDepths();
+    return 1;
+}
+
+void ZBufferDevice::deinitialize()
+{
+    delete[] m_depths;
+    m_depths = nullptr;
+    KxcGLDevice::deinitialize();
+}
+
+INT32 ZBufferDevice::clear(INT32 color, KxcFixed depth, INT32 flags)
+{
+    clearDepths();
+    return KxcGLDevice::clear(color, depth, flags);
+}
+
+void ZBufferDevice::clearDepths()
+{
+    std::memset(m_depths, 0,
+                static_cast<size_t>(m_frameWidth) * static_cast<size_t>(m_frameHeight) * sizeof(*m_depths));
+}
+
+} // namespace
+
+void kxcUseGLZBuffer()
+{
+    if (kxcCore)
+        KxcGLVariant<ZBufferDevice>::use("ZBuffer", kxcCore->screenWidth, kxcCore->screenHeight, 3579, 0);
+}
