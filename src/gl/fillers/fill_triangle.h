@@ -38,7 +38,7 @@ struct Span
     static constexpr INT64 kChannelEnd = 256 << 16;
 
     // Of the triangle
-    kxcScan::Level level;
+    kxcScan::Level level = {};
     Lanes flat[3], flatAlpha;
     INT64 gradient[kValues + 1];
     ChannelRamp ramp[kChannels + 1];
@@ -47,7 +47,7 @@ struct Span
     // At the current pixel
     INT64 channel[kChannels + 1];
     bool steady; // the channels stay in range up to the end of the row
-    UINT32 u, v, uStep, vStep;
+    UINT32 u = 0, v = 0, uStep = 0, vStep = 0;
 
     Lanes pixels(Lanes texels, const Lanes* light, Lanes old) const
     {
@@ -193,22 +193,23 @@ struct Span
     ///          @param lead          from the left edge to the first pixel of the span, 0..0xFFFF
     void row(UINT16* row, INT64 left, INT64 right, INT64 begin, INT64 end, INT64 lead, const kxcScan::Slope* values)
     {
-        const auto atPixel = [&](int i, INT64 x)
-        { return add(add(values[i].value, scale(gradient[i], lead)), multiply(gradient[i], x - left)); };
+        const auto atLeft = [&](int i) { return add(values[i].value, scale(gradient[i], lead)); };
 
         for (int c = 0; c < kChannels; ++c)
-            channel[c] = atPixel(c, begin);
+            channel[c] = atLeft(c);
+        for (int c = 0; begin > left && c < kChannels; ++c)
+            channel[c] = add(channel[c], multiply(gradient[c], begin - left));
         steady = staysInRange(static_cast<INT32>(end - begin));
         if constexpr (Texel::kTextured && kPerspective)
-            perspectiveRuns(row, left, right, begin, end, atPixel(kQ, left), atPixel(kU, left), atPixel(kV, left));
+            perspectiveRuns(row, left, right, begin, end, atLeft(kQ), atLeft(kU), atLeft(kV));
         else
         {
             if constexpr (Texel::kTextured)
             {
                 // Clipped pixels are stepped over in texels of the level, as the others are.
                 const UINT32 skipped = static_cast<UINT32>(begin - left);
-                u = static_cast<UINT32>(atPixel(kU, left) >> level.level) + skipped * uStep;
-                v = static_cast<UINT32>(atPixel(kV, left) >> level.level) + skipped * vStep;
+                u = static_cast<UINT32>(atLeft(kU) >> level.level) + skipped * uStep;
+                v = static_cast<UINT32>(atLeft(kV) >> level.level) + skipped * vStep;
             }
             draw(row + begin, static_cast<INT32>(end - begin));
         }
@@ -240,8 +241,8 @@ struct Span
             const INT64 uEnd = multiply(uq, w) >> kxcScan::kPerspectiveShift,
                         vEnd = multiply(vq, w) >> kxcScan::kPerspectiveShift;
             const INT64 uWay = kxcScan::subtract(uEnd, uStart), vWay = kxcScan::subtract(vEnd, vStart);
-            uStep = static_cast<UINT32>(length == kRun ? uWay >> 9 : uWay / (32 * length));
-            vStep = static_cast<UINT32>(length == kRun ? vWay >> 9 : vWay / (32 * length));
+            uStep = static_cast<UINT32>(length == kRun ? uWay >> 9 : kxcScan::divideByRun(uWay, length));
+            vStep = static_cast<UINT32>(length == kRun ? vWay >> 9 : kxcScan::divideByRun(vWay, length));
             u = static_cast<UINT32>(uStart >> 5);
             v = static_cast<UINT32>(vStart >> 5);
             const INT64 first = x - length;

@@ -89,11 +89,7 @@ void Scan::divideByW(const KxcGLTriangle::Corners& record, const KxcVector4* ver
 void Scan::gradients(const INT64 (*corners)[3], int count, INT64* results) const
 {
     for (int i = 0; i < count; ++i)
-    {
-        const INT64* c = corners[i];
-        const INT64 across = add(c[0], scale(subtract(c[2], c[0]), ratio));
-        results[i] = multiply(subtract(across, c[1]), kOne) / width;
-    }
+        results[i] = gradient(corners[i]);
 }
 
 void Slope::begin(const Edge& edge, const INT64* corners, INT64 row)
@@ -144,9 +140,7 @@ bool Level::open(INT32 wanted, INT32 format)
     texels = palette + (paletted ? 256 : 0);
     uMask = width - 1;
     vMask = (height - 1) << 16;
-    vShift = 16;
-    for (UINT32 w = width; w > 1; w /= 2)
-        --vShift;
+    vShift = 16 - static_cast<UINT32>(__builtin_ctz(width));
     return true;
 }
 

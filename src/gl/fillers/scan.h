@@ -27,6 +27,20 @@ constexpr INT64 kOneOverW = INT64(1) << 42; // q is this divided by 32 w
 /// From q back to 32 w.
 inline INT64 reciprocal(INT64 q) { return kOneOverW / (q ? q : 0x200000); }
 
+/// way / (32 * pixels), truncated, for 1 to 16 pixels: without a division where the way is not extreme.
+inline INT64 divideByRun(INT64 way, INT64 pixels)
+{
+    // 2^32 / pixels, rounded up: exact for quotients of up to 28 bits
+    static constexpr UINT64 kReciprocals[] = {0,         UINT64(1) << 32, 1u << 31,  1431655766, 1u << 30,  858993460,
+                                              715827883, 613566757,       1u << 29,  477218589,  429496730, 390451573,
+                                              357913942, 330382100,       306783379, 286331154,  1u << 28};
+    const UINT64 size = static_cast<UINT64>(way < 0 ? subtract(0, way) : way) / 32;
+    if (size >> 28)
+        return way / (32 * pixels);
+    const INT64 quotient = static_cast<INT64>(size * kReciprocals[pixels] >> 32);
+    return way < 0 ? -quotient : quotient;
+}
+
 /// A side of the triangle, from a corner down to another; covers rows first to end - 1.
 struct Edge
 {
@@ -65,7 +79,13 @@ struct Scan
     /// Makes of them what is linear on the screen: q, which stands for 1 / w, and u and v times q.
     void divideByW(const KxcGLTriangle::Corners& record, const KxcVector4* vertices, INT64* u, INT64* v,
                    INT64* q) const;
-    /// By how much each of some values changes from one pixel to the next.
+    /// By how much a value changes from one pixel to the next.
+    INT64 gradient(const INT64* corners) const
+    {
+        const INT64 across = add(corners[0], scale(subtract(corners[2], corners[0]), ratio));
+        return multiply(subtract(across, corners[1]), kOne) / width;
+    }
+    /// The same for several.
     void gradients(const INT64 (*corners)[3], int count, INT64* results) const;
 };
 
