@@ -31,7 +31,8 @@ struct Picture
 };
 
 inline INT64 ceil(INT64 v) { return (v + 0xFFFF) >> 16; }
-inline INT64 mul(INT64 a, INT64 b) { return (a * b) >> 16; }
+inline INT64 times(INT64 a, INT64 b) { return static_cast<INT64>(static_cast<UINT64>(a) * static_cast<UINT64>(b)); }
+inline INT64 mul(INT64 a, INT64 b) { return times(a, b) >> 16; }
 inline INT64 overQ(INT64 q) { return (INT64(1) << 42) / (q ? q : 0x200000); }
 
 inline UINT32 spread(UINT32 p) { return (p & 0x7C0) << 16 | (p & 0xF81F); }
@@ -153,8 +154,8 @@ inline void draw(const Kind& kind, const KxcGLTriangle& triangle, const KxcVecto
                     begin += run;
                 const auto at = [&](int k)
                 {
-                    const INT64 from = (value(k, begin) * overQ(value(kQ, begin))) >> 21;
-                    const INT64 to = (value(k, begin + run) * overQ(value(kQ, begin + run))) >> 21;
+                    const INT64 from = times(value(k, begin), overQ(value(kQ, begin))) >> 21;
+                    const INT64 to = times(value(k, begin + run), overQ(value(kQ, begin + run))) >> 21;
                     return (from >> 5) + (run == 16 ? (to - from) >> 9 : (to - from) / (32 * run)) * (pixel - begin);
                 };
                 u = at(kU);

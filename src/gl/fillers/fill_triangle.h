@@ -217,7 +217,7 @@ struct Span
 
     void perspectiveRuns(UINT16* row, INT64 left, INT64 right, INT64 begin, INT64 end, INT64 q, INT64 uq, INT64 vq)
     {
-        INT64 x = left, length = (right - left) % kRun;
+        INT64 x = left, length = (right - left) & (kRun - 1);
         length = length ? length : kRun;
         const auto step = [&](INT64 pixels)
         {
