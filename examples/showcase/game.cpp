@@ -57,14 +57,28 @@ bool onButton(INT32 x, INT32 y)
     return false;
 }
 
+/// The id of a device variant; one that nothing has where there is none of that name.
+UINT32 deviceNamed(const char* name)
+{
+    for (const KxcGLDeviceInfo* info = KxcGL::getDeviceInfo(); info; info = info->next)
+        if (KxcStringToolkit::compareIgnoreCase(info->name, name) == 0)
+            return info->deviceId;
+    return 2;
+}
+
 KxcRectangle cellOf(INT32 cell, INT32 size) { return {cell * size, 0, size, size}; }
 
 INT32 whole(KxcFixed value) { return static_cast<INT32>(value); }
 
 } // namespace
 
-Game::Game(INT32 fixedStepMs) : m_fixedStepMs(fixedStepMs), m_gl(KxcGL::create(0, 0))
+Game::Game(INT32 fixedStepMs, const char* device)
+    : m_fixedStepMs(fixedStepMs),
+      m_gl(KxcGL::create(deviceNamed(device), 0))
 {
+    if (!m_gl)
+        std::fprintf(stderr, "showcase: there is no graphics device \"%s\"\n", device);
+    kxcGLUseDefaults();           // not every variant brings the fillers along
     KxcCore::openCFL("data.cfl"); // where a picture is missing from it and from the disk, loadPicture() says so
     m_tiles = loadPicture("data/tiles.tga", KXCSURFACEFORMAT_55X5);
     m_sheets[SHEET_GEMS] = loadPicture("data/gems.pcx", KXCSURFACEFORMAT_55X5);
@@ -72,8 +86,10 @@ Game::Game(INT32 fixedStepMs) : m_fixedStepMs(fixedStepMs), m_gl(KxcGL::create(0
     m_hero = loadPicture("data/hero.tga", KXCSURFACEFORMAT_PREMUL8888);
     m_pad = loadPicture("data/pad.tga", KXCSURFACEFORMAT_PREMUL8888);
     m_ready = m_gl && m_tiles && m_sheets[SHEET_GEMS] && m_sheets[SHEET_LIGHTS] && m_hero && m_pad;
+    m_ready = m_ready && m_landscape.load();
     if (!m_ready)
         return;
+    m_landscape.setUp(m_gl.get());
     m_sheets[SHEET_GEMS]->setColorKey(0xFF00FF);
     m_sheets[SHEET_GEMS]->enableColorKey(1);
     addButtons();
@@ -108,6 +124,7 @@ void Game::onTick()
         step = now - m_lastTick < kLongestStepMs ? now - m_lastTick : kLongestStepMs;
         m_lastTick = now;
     }
+    m_frameTenths += (step * 10 - m_frameTenths) / 8;
     const auto direction = [this](INT32 less, INT32 more) { return (m_held[more] > 0) - (m_held[less] > 0); };
     m_world.advance(step, direction(KXCCTRL_LEFT - KXCCTRL_LEFT, KXCCTRL_RIGHT - KXCCTRL_LEFT),
                     direction(KXCCTRL_UP - KXCCTRL_LEFT, KXCCTRL_DOWN - KXCCTRL_LEFT));
@@ -115,8 +132,40 @@ void Game::onTick()
 
 void Game::onKeyDown(INT32 code)
 {
-    if (code == KEY_ESCAPE)
+    const KxcGLDeviceInfo* device = KxcGL::getCurrentDeviceInfo();
+    switch (code)
+    {
+    case KEY_ESCAPE:
         KxcCore::quit();
+    case 'V':
+        m_inDepth = !m_inDepth;
+        break;
+    case 'P':
+        m_landscape.togglePerspective();
+        break;
+    case 'W':
+        m_landscape.toggleWireframe();
+        break;
+    case 'N':
+        changeDevice((device->next ? device->next : KxcGL::getDeviceInfo())->deviceId, m_deviceFlags);
+        break;
+    case 'O':
+        changeDevice(device->deviceId, m_deviceFlags ^ KXCGLCREATE_PORTRAIT);
+        break;
+    default:
+        break;
+    }
+}
+
+void Game::changeDevice(UINT32 deviceId, UINT32 flags)
+{
+    if (!m_gl->recreate(deviceId, flags))
+        KxcCore::systemPanic("The graphics device cannot be made: memory is short.");
+    kxcGLUseDefaults();
+    m_deviceFlags = flags;
+    m_landscape.setUp(m_gl.get());
+    KxcCore::resetScreenButtons();
+    addButtons();
 }
 
 void Game::onControlDown(INT32 code)
@@ -146,9 +195,14 @@ void Game::render()
     KxcGLSurface* screen = m_gl->getSecondary();
     m_left = whole(m_world.heroX()) - screen->getWidth() / 2;
     m_top = whole(m_world.heroY()) - screen->getHeight() / 2;
-    drawGround(screen);
-    drawThings(screen);
-    drawHero(screen);
+    if (m_inDepth)
+        m_landscape.draw(m_gl.get(), m_world);
+    else
+    {
+        drawGround(screen);
+        drawThings(screen);
+        drawHero(screen);
+    }
     drawButtons(screen);
     drawPanel(screen);
 }
@@ -203,12 +257,33 @@ void Game::drawButtons(KxcGLSurface* screen)
     }
 }
 
+/// A number in digits of 3 x 5 dots, right-aligned.
+void Game::drawNumber(KxcGLSurface* screen, INT32 right, INT32 top, INT32 number)
+{
+    static constexpr UINT16 kDigits[] = {075557, 026227, 071747, 071717, 055711,
+                                         074717, 074757, 071244, 075757, 075717};
+    do
+    {
+        right -= 4;
+        for (INT32 dot = 0; dot < 15; ++dot)
+            if (kDigits[number % 10] >> (14 - dot) & 1)
+                screen->drawFilledRect(right + dot % 3, top + dot / 3, 1, 1, 0xFFFFFFFF);
+        number /= 10;
+    } while (number > 0);
+}
+
 /// The score as a row of gems, and a radar with a line to the nearest thing.
 void Game::drawPanel(KxcGLSurface* screen)
 {
     constexpr INT32 kMargin = 6, kRow = 16, kGems = 10, kRadar = 56, kRadarScale = World::kAirSize / kRadar + 1;
-    screen->drawFilledRect(kMargin, kMargin, kGems * kRow + 8, kRow + 8, 0x90101828);
-    for (INT32 i = 0; i < m_world.score() && i < kGems; ++i)
+    if (m_inDepth) // the gems are sprites there
+    {
+        drawNumber(screen, screen->getWidth() - kMargin, screen->getHeight() - 10, m_landscape.triangles());
+        drawNumber(screen, screen->getWidth() - kMargin - 40, screen->getHeight() - 10, m_frameTenths);
+    }
+    else
+        screen->drawFilledRect(kMargin, kMargin, kGems * kRow + 8, kRow + 8, 0x90101828);
+    for (INT32 i = 0; i < m_world.score() && i < kGems && !m_inDepth; ++i)
         screen->drawImage(m_sheets[SHEET_GEMS].get(), kMargin + 4 + i * kRow, kMargin + 4, cellOf(2, 32), kRow, kRow);
 
     const INT32 left = screen->getWidth() - kRadar - kMargin, centreX = left + kRadar / 2,

@@ -1,6 +1,7 @@
 // game.h - the showcase's game object: it loads the pictures, takes the input and draws the frame.
 #pragma once
 
+#include "landscape.h"
 #include "world.h"
 
 #include <memory>
@@ -9,11 +10,13 @@ class Game : public KxcApp, public KxcRenderer, public KxcInput
 {
 public:
     /// @param fixedStepMs  how far a frame moves the world; 0 for as much time as has passed
-    explicit Game(INT32 fixedStepMs);
+    /// @param device  the name of a graphics device
+    Game(INT32 fixedStepMs, const char* device);
 
     bool ready() const { return m_ready; } ///< false when a picture is missing; the reason is on stderr
     const World& world() const { return m_world; }
 
+    void showLandscape(bool show) { m_inDepth = show; } ///< or the map from above
     void onTick() override;
     void render() override;
 
@@ -26,6 +29,7 @@ public:
 private:
     typedef std::unique_ptr<KxcGLSurface> Surface;
 
+    void changeDevice(UINT32 deviceId, UINT32 flags);
     Surface loadPicture(const char* name, INT32 format);
     void addButtons();
     void drawGround(KxcGLSurface* screen);
@@ -33,11 +37,16 @@ private:
     void drawHero(KxcGLSurface* screen);
     void drawButtons(KxcGLSurface* screen);
     void drawPanel(KxcGLSurface* screen);
+    void drawNumber(KxcGLSurface* screen, INT32 right, INT32 top, INT32 number);
 
     INT32 m_fixedStepMs;
     INT32 m_lastTick = 0;
     bool m_ready = false;
     World m_world;
+    Landscape m_landscape;
+    bool m_inDepth = true;
+    UINT32 m_deviceFlags = 0;
+    INT32 m_frameTenths = 0;     // of a millisecond, averaged
     INT32 m_held[4] = {};        // how many keys hold left, right, up and down
     INT32 m_left = 0, m_top = 0; // the world's pixel at the screen's corner
 

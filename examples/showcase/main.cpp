@@ -15,25 +15,37 @@ constexpr INT32 kWidth = 480, kHeight = 320;
 constexpr INT32 kHeadlessStepMs = 16;
 
 constexpr char kUsage[] =
-    "usage: showcase [--headless [--frames N] [--out FOLDER]]\n"
+    "usage: showcase [--device NAME] [--headless [--frames N] [--out FOLDER]]\n"
     "\n"
     "Arrow keys, the pointer or the buttons on the screen fly the glider; Return throws back what\n"
-    "it caught; F12 saves a picture; Escape ends.\n"
+    "it caught. V changes between landscape and map, P switches perspective correction, W draws\n"
+    "wires, N takes the next graphics device, O turns the frame. F12 saves a picture; Escape ends.\n"
+    "  --device NAME  a graphics device: ReferenceARM, DefaultFSAA, DefaultUpsample,\n"
+    "                 DefaultProfiler, ZBuffer\n"
     "  --headless    run without a display: play by itself, write some frames as PNG files\n"
     "  --frames N    how many frames (300)\n"
     "  --out FOLDER  where the PNG files go (the current folder)\n";
 
 INT32 g_fixedStepMs; // see Game
+std::string g_device = "ReferenceARM";
 Game* g_game;
 
 long makeGame()
 {
+    kxcUseGLDefaultFSAA();
+    kxcUseGLDefaultUpsample();
+    kxcUseGLDefaultProfiler();
+    kxcUseGLZBuffer();
     kxcUseDefaults();
-    g_game = new Game(g_fixedStepMs);
+    g_game = new Game(g_fixedStepMs, g_device.c_str());
     return g_game->ready() ? 0 : 1;
 }
 
-void setPreferences(KxcAppPrefs& prefs) { prefs.title = "kxcoreemb showcase"; }
+void setPreferences(KxcAppPrefs& prefs)
+{
+    prefs.title = "kxcoreemb showcase";
+    prefs.resourceMemoryLimit = 1 << 20; // for the textures
+}
 
 /// What the headless player does, frame by frame of a round of 300.
 struct Action
@@ -48,10 +60,12 @@ constexpr Action kActions[] = {
     {150, [] { embeddedPointerUp(66, 214); }},
     {160, [] { embeddedPointerDown(60, 60); }}, // fly to a place
     {161, [] { embeddedPointerUp(60, 60); }},
-    {240, [] { embeddedKeyDown(13); }}, // Return
+    {200, [] { embeddedKeyDown('V'); }}, // the map from above
+    {240, [] { embeddedKeyDown(13); }},  // Return
     {241, [] { embeddedKeyUp(13); }},
     {250, [] { embeddedControlDown(KXCCTRL_DOWN); }},
     {290, [] { embeddedControlUp(KXCCTRL_DOWN); }},
+    {295, [] { embeddedKeyDown('V'); }},
 };
 
 /// Whether a frame shows something: more than a few different colours.
@@ -118,6 +132,8 @@ int main(int argc, char** argv)
             return std::fputs(kUsage, stdout), 0;
         if (argument == "--headless")
             headless = true;
+        else if (argument == "--device" && i + 1 < argc)
+            g_device = argv[++i];
         else if (argument == "--frames" && i + 1 < argc && std::atoi(argv[i + 1]) > 0)
             frames = std::atoi(argv[++i]);
         else if (argument == "--out" && i + 1 < argc)

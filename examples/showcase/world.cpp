@@ -63,6 +63,7 @@ World::World() : m_heroX(kWorldSize / 2), m_heroY(kWorldSize / 2), m_speedX(0), 
             for (INT32 limit : kGroundHeights)
                 kind = static_cast<UINT8>(kind + (height >= limit));
             m_ground[y][x] = kind;
+            m_height[y][x] = static_cast<UINT8>(height);
         }
 
     static constexpr INT32 kGemSizes[] = {24, 32, 32, 32, 32, 44}, kLightSizes[] = {40, 48, 64, 48};
@@ -166,6 +167,8 @@ void World::burst()
 }
 
 INT32 World::ground(INT32 tileX, INT32 tileY) const { return m_ground[onMap(tileY)][onMap(tileX)]; }
+
+INT32 World::height(INT32 tileX, INT32 tileY) const { return m_height[onMap(tileY)][onMap(tileX)]; }
 
 INT32 World::groundVariant(INT32 tileX, INT32 tileY) const
 {

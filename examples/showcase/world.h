@@ -53,6 +53,8 @@ public:
     /// The column of the tile sheet, that is the kind of ground; any position.
     INT32 ground(INT32 tileX, INT32 tileY) const;
     INT32 groundVariant(INT32 tileX, INT32 tileY) const;
+    INT32 height(INT32 tileX, INT32 tileY) const; ///< 0..255; the sea is below kSeaLevel
+    static constexpr INT32 kSeaLevel = 100;
 
     const Thing* things() const { return m_things; }
     KxcFixed heroX() const { return m_heroX; }
@@ -69,7 +71,7 @@ private:
     INT32 random(INT32 below);
     void collect();
 
-    UINT8 m_ground[kTiles][kTiles];
+    UINT8 m_ground[kTiles][kTiles], m_height[kTiles][kTiles];
     Thing m_things[kThings];
     KxcFixed m_heroX, m_heroY, m_speedX, m_speedY;
     KxcFixed m_goalX, m_goalY;

@@ -7,6 +7,8 @@
 //   lights.tga  32 bits   glow, bubble, smoke and flame with soft edges, cells of 48x48
 //   hero.tga    32 bits   the glider that the player flies, and its shadow, cells of 32x32, nose up
 //   pad.tga     32 bits   a direction button (up) and a round one, cells of 40x40
+//   tree.tga    32 bits   a tree for the landscape, 64x64
+//   glow.tga    24 bits   a soft spot on black, 64x64: light to be added, or the shadow that multiplies
 #include "canvas.h"
 
 #include <cmath>
@@ -205,6 +207,17 @@ Color button(bool arrow, float x, float y)
     return {0.10f, 0.13f, 0.22f, plate > -0.1f ? 0.85f : 0.50f};
 }
 
+Color tree(float x, float y)
+{
+    const float crown = noise((x + 1) * 5, (y + 1) * 5, 64, 21), fine = noise((x + 1) * 13, (y + 1) * 13, 64, 22);
+    const float width = y < -0.95f ? 0 : (y + 0.98f) * 0.52f * (0.85f + 0.15f * std::sin(y * 18));
+    if (std::fabs(x) < width * (0.8f + crown * 0.35f) && y < 0.62f)
+        return shaded({0.16f, 0.42f, 0.17f, 1}, (fine - 0.5f) * 0.5f - x * 0.4f - (y > 0.4f ? 0.2f : 0));
+    if (std::fabs(x) < 0.09f && y >= 0.6f)
+        return shaded({0.36f, 0.24f, 0.14f, 1}, -x * 3);
+    return kClear;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -216,8 +229,8 @@ int main(int argc, char** argv)
     }
     const std::string folder = std::string(argv[1]) + "/";
 
-    Canvas tiles(kGroundCount * kTile, kVariants * kTile), gems(6 * 32, 32), lights(4 * 48, 48), glider(64, 32),
-        pad(80, 40);
+    Canvas tiles(kGroundCount * kTile, kVariants * kTile), gems(8 * 32, 32), lights(4 * 48, 48), glider(64, 32),
+        pad(80, 40), woods(64, 64), glow(64, 64);
     for (int kind = 0; kind < kGroundCount; ++kind)
         for (int variant = 0; variant < kVariants; ++variant)
             tiles.paint(kind * kTile, variant * kTile, kTile, kTile,
@@ -231,8 +244,17 @@ int main(int argc, char** argv)
     for (int kind = 0; kind < 2; ++kind)
         pad.paint(kind * 40, 0, 40, 40, [=](float x, float y) { return button(kind == 0, x, y); });
 
+    woods.paint(0, 0, 64, 64, tree);
+    glow.paint(0, 0, 64, 64,
+               [](float x, float y)
+               {
+                   const float light = clamp01(1 - length(x, y)) * clamp01(1 - length(x, y));
+                   return Color{light, light, light * 0.9f, 1};
+               });
+
     const bool written = tiles.writeTga(folder + "tiles.tga", false) && gems.writePcx(folder + "gems.pcx") &&
                          lights.writeTga(folder + "lights.tga", true) && glider.writeTga(folder + "hero.tga", true) &&
-                         pad.writeTga(folder + "pad.tga", true);
+                         pad.writeTga(folder + "pad.tga", true) && woods.writeTga(folder + "tree.tga", true) &&
+                         glow.writeTga(folder + "glow.tga", false);
     return written ? 0 : 1;
 }
