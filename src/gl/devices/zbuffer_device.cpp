@@ -63,25 +63,46 @@ struct Row
         return channels >= 0 && channels < kChannelLimit && depth >= 0 && depth < kDepthLimit;
     }
 
-    /// @tparam kClamp  for rows where rounding carries a value out of its range
-    template <bool kClamp>
-    void draw(UINT16* pixels, UINT32* depths, INT64 count)
+    /// Draws pixels whose values all stay in range, without a jump for each: the compiler makes vectors of them.
+    void drawInRange(UINT16* pixels, UINT32* depths, INT32 count) const
     {
-        const auto read = [&](int i, INT64 limit)
+        UINT64 q = static_cast<UINT64>(value[kDepth]);
+        UINT32 r = static_cast<UINT32>(value[kRed]), g = static_cast<UINT32>(value[kGreen]),
+               b = static_cast<UINT32>(value[kBlue]);
+        const UINT64 qStep = static_cast<UINT64>(gradient[kDepth]);
+        const UINT32 rStep = static_cast<UINT32>(gradient[kRed]), gStep = static_cast<UINT32>(gradient[kGreen]),
+                     bStep = static_cast<UINT32>(gradient[kBlue]);
+        for (INT32 x = 0; x < count; ++x)
         {
-            const INT64 v = value[i];
-            value[i] = add(v, gradient[i]);
-            return static_cast<UINT64>(!kClamp ? v : v < 0 ? 0 : v < limit ? v : limit - 1);
-        };
-        for (INT64 x = 0; x < count; ++x)
+            const UINT32 color = r >> 19 << 11 | g >> 19 << 6 | b >> 19, old = depths[x], oldColor = pixels[x];
+            const INT32 depth = static_cast<INT32>(q >> kDepthFraction);
+            const bool nearer = static_cast<INT32>(old) < depth;
+            depths[x] = nearer ? static_cast<UINT32>(depth) : old;
+            pixels[x] = static_cast<UINT16>(nearer ? color : oldColor);
+            q += qStep, r += rStep, g += gStep, b += bStep;
+        }
+    }
+
+    /// Rounding can carry a value out of its range at either end of a row: there pieces shrink to single pixels, which
+    /// are clamped.
+    void draw(UINT16* pixels, UINT32* depths, INT32 count)
+    {
+        while (count > 0)
         {
-            const UINT32 depth = static_cast<UINT32>(read(kDepth, kDepthLimit) >> kDepthFraction);
-            const UINT64 r = read(kRed, kChannelLimit), g = read(kGreen, kChannelLimit), b = read(kBlue, kChannelLimit);
-            if (depths[x] < depth)
+            INT32 length = count;
+            while (length > 1 && !staysInRange(length))
+                length /= 2;
+            Row piece = *this;
+            for (int i = 0; i < kValues; ++i)
             {
-                depths[x] = depth;
-                pixels[x] = static_cast<UINT16>(r >> 19 << 11 | g >> 19 << 6 | b >> 19);
+                const INT64 limit = i == kDepth ? kDepthLimit : kChannelLimit, v = value[i];
+                piece.value[i] = v < 0 ? 0 : v < limit ? v : limit - 1;
+                value[i] = add(v, multiply(gradient[i], length));
             }
+            piece.drawInRange(pixels, depths, length);
+            pixels += length;
+            depths += length;
+            count -= length;
         }
     }
 };
@@ -134,10 +155,7 @@ void ZBufferDevice::fillGouraud(const KxcGLTriangle* triangle, const KxcVector4*
                     row.value[i] = add(add(values[i].value, scale(row.gradient[i], lead)),
                                        multiply(row.gradient[i], from - first));
                 const INT64 start = y * target.width + from;
-                if (row.staysInRange(to - from))
-                    row.draw<false>(target.pixels + start, m_depths + start, to - from);
-                else
-                    row.draw<true>(target.pixels + start, m_depths + start, to - from);
+                row.draw(target.pixels + start, m_depths + start, static_cast<INT32>(to - from));
             }
             left.next();
             right.next();
