@@ -5,7 +5,8 @@
 // getSecondary() answers, and the core presents it after every KxcRenderer::render.
 //
 // A game that draws in three sets a viewport, states and matrices, and renders primitives between beginRender() and
-// endRender(). Nothing is drawn before endRender(), which sorts the frame's triangles by depth: there is no z-buffer.
+// endRender(). Nothing is drawn before endRender(), which sorts the frame's triangles by depth. Variants at the end of
+// this file smooth edges, draw fewer pixels, measure, or compare depths pixel by pixel.
 #pragma once
 
 #include <kxcoreemb/fixed.h>
@@ -21,7 +22,7 @@ enum KXCGLCREATE : UINT32
     KXCGLCREATE_PORTRAIT = 0x1000000,    ///< turn the frame by 90 degrees where the screen is wider than high
     KXCGLCREATE_LANDSCAPE = 0x2000000,   ///< turn the frame by 90 degrees where the screen is not wider than high
     KXCGLCREATE_UPSIDEDOWN = 0x8000000,  ///< turn the frame by 180 degrees
-    KXCGLCREATE_RAWPOINTER = 0x20000000, ///< leave pointer coordinates as the screen has them
+    KXCGLCREATE_RAWPOINTER = 0x20000000, ///< do not turn pointer coordinates with the frame
 };
 
 /// A device variant that was registered; the records live as long as the core.
