@@ -336,7 +336,7 @@ void Landscape::drawShadow(KxcGL* gl, const World& world)
 void Landscape::drawGlider(KxcGL* gl, const World&)
 {
     KxcMatrix4 world, place;
-    KxcMath::matrixRotationY(world, -m_turn);
+    KxcMath::matrixRotationY(world, m_turn);
     KxcMath::matrixTranslation(place, {KxcFixed(0), m_gliderHeight, KxcFixed(0)});
     KxcMath::matrixMultiply(world, place, world);
     gl->setMatrix(KXCGLMATRIX_WORLD, world);
