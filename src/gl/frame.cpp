@@ -15,6 +15,21 @@ void drawWireframe(KxcGLSurface* target, const KxcGLTriangle::Corners& corners, 
     }
 }
 
+/// Sorted by depth, records and their vertices come from all over the frame: those of the next triangles are fetched
+/// while this one is drawn. Inline by force: compilers drop calls of a function that only prefetches.
+__attribute__((always_inline)) inline void prefetch(KxcGLTriangleQueue& queue, INT32 drawn, const KxcVector4* screen)
+{
+    constexpr INT32 kRecordsAhead = 8, kVerticesAhead = 4;
+    if (drawn + kRecordsAhead >= queue.count())
+        return;
+    const KxcGLTriangle& later = queue.at(drawn + kRecordsAhead);
+    __builtin_prefetch(&later);
+    __builtin_prefetch(&later.batch); // a record may lie across two cache lines
+    const KxcGLTriangle& next = queue.at(drawn + kVerticesAhead);
+    for (INT32 i = 0; next.batch && i < 3; ++i)
+        __builtin_prefetch(screen + next.corners.vertex[i]);
+}
+
 } // namespace
 
 void KxcGLPipeline::endRender()
@@ -25,6 +40,7 @@ void KxcGLPipeline::endRender()
     {
         const KxcGLTriangle& triangle = m_queue.at(i);
         const KxcVector4* screen = m_screen.items();
+        prefetch(m_queue, i, screen);
         const KxcGLBatchState* batch = triangle.batch;
         if (!batch)
         {

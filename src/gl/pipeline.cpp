@@ -3,6 +3,7 @@
 
 #include "core/core_state.h"
 #include "gl/device.h"
+#include "math/linear.h"
 
 #include <kxcoreemb/fixed_math.h>
 
@@ -174,10 +175,11 @@ bool KxcGLPipeline::transform(const Call& call)
         return false;
     KxcVector4* screen = m_screen.append(count);
     WorkVertex* work = m_work.append(count);
+    const KxcMatrix4 matrix = state.worldViewProjection;
     for (INT32 i = 0; i < count; ++i)
     {
         const KxcVector3 position = readAt<KxcVector3>(call.positions, call.min + i);
-        KxcMath::matrixProject(state.worldViewProjection, point(position), work[i].clip);
+        work[i].clip = kxcProjected(matrix, point(position));
         work[i].outcode = call.clipped ? kxcGLOutcode(work[i].clip) : 0;
         if (work[i].outcode == 0)
             screen[i] = project(work[i].clip);

@@ -27,20 +27,32 @@ void KxcGLTriangleQueue::sort(INT32 order)
     INT32 *from = m_order.items(), *to = m_scratch.items();
     for (INT32 i = 0; i < total; ++i)
         from[i] = i;
-    if (order == kSubmitted)
+    m_sorted = from;
+    if (order == kSubmitted || total == 0)
         return;
-    if (order != kAscending)
-        for (INT32 i = 0; i < total; ++i)
-            m_keys[i] = 0u - m_keys[i];
-    for (INT32 shift = 0; shift < 32; shift += 8)
+    std::memset(m_histograms, 0, sizeof(m_histograms));
+    for (INT32 i = 0; i < total; ++i)
     {
-        std::memset(m_histogram, 0, sizeof(m_histogram));
-        for (INT32 i = 0; i < total; ++i)
-            ++m_histogram[(m_keys[i] >> shift & 255) + 1];
-        for (INT32 value = 0; value < 255; ++value)
-            m_histogram[value + 1] += m_histogram[value];
-        for (INT32 i = 0; i < total; ++i)
-            to[m_histogram[m_keys[from[i]] >> shift & 255]++] = from[i];
-        std::swap(from, to); // four passes: the result ends in m_order
+        if (order != kAscending)
+            m_keys[i] = 0u - m_keys[i];
+        for (INT32 pass = 0; pass < kPasses; ++pass)
+            ++m_histograms[pass][m_keys[i] >> 8 * pass & 255];
     }
+    for (INT32 pass = 0; pass < kPasses; ++pass)
+    {
+        INT32* places = m_histograms[pass];
+        const INT32 shift = 8 * pass;
+        if (places[m_keys[0] >> shift & 255] == total)
+            continue; // this byte is the same in all keys, as the highest often is
+        for (INT32 value = 0, place = 0; value < 256; ++value)
+        {
+            const INT32 keys = places[value];
+            places[value] = place;
+            place += keys;
+        }
+        for (INT32 i = 0; i < total; ++i)
+            to[places[m_keys[from[i]] >> shift & 255]++] = from[i];
+        std::swap(from, to);
+    }
+    m_sorted = from;
 }

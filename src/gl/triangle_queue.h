@@ -21,13 +21,15 @@ public:
     KxcGLTriangle* add(UINT32 key);
     void sort(INT32 order);
     INT32 count() const { return m_records.count(); }
-    const KxcGLTriangle& at(INT32 place) { return m_records[m_order[place]]; }
+    const KxcGLTriangle& at(INT32 place) { return m_records[m_sorted[place]]; }
 
 private:
     static constexpr INT32 kStep = 500; // records by which it grows
+    static constexpr INT32 kPasses = 4; // bytes of a key
 
     KxcGLArray<KxcGLTriangle> m_records;
     KxcGLArray<UINT32> m_keys;
     KxcGLArray<INT32> m_order, m_scratch;
-    INT32 m_histogram[257];
+    const INT32* m_sorted = nullptr; // where the last pass left the order: one of the two
+    INT32 m_histograms[kPasses][256];
 };
