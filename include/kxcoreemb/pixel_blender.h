@@ -18,11 +18,6 @@ enum KXCBLEND : INT32
     KXCBLEND_COUNT
 };
 
-/// F(type) for the types with a function of their own in the 55X5 family, and in the 8888 families.
-#define KXC_FOR_EACH_BLEND_55X5(F) \
-    F(None) F(Alpha) F(AlphaFast) F(Mul) F(MulFast) F(Add) F(AddFast) F(Invmul) F(InvmulFast)
-#define KXC_FOR_EACH_BLEND_8888(F) F(None) F(Alpha) F(Mul) F(Add) F(Invmul)
-
 /// Blends pixels in one of three pairs of working formats: 55X5 onto 55X5, PREMUL8888 onto X888, and PREMUL8888 onto
 /// PREMUL8888. Pixels of other formats are converted there and back.
 ///
@@ -50,17 +45,48 @@ public:
     /// @return the value that the functions of the working pair take
     static UINT32 getBlendValue(INT32 blendSource, INT32 blendTarget, INT32 type, INT32 value);
 
-    // blendAlpha55X5, blendBufferAlpha55X5; blendAlphaX888, blendAlphaPremul8888 and so on.
-#define KXC_DECLARE_BLEND(Type, Family)                                                 \
-    static UINT32 blend##Type##Family(UINT32 source, UINT32 destination, UINT32 value); \
-    static void blendBuffer##Type##Family(void* source, void* destination, UINT32 value, INT32 count);
-#define KXC_DECLARE_BLEND_55X5(Type) KXC_DECLARE_BLEND(Type, 55X5)
-#define KXC_DECLARE_BLEND_8888(Type) KXC_DECLARE_BLEND(Type, X888) KXC_DECLARE_BLEND(Type, Premul8888)
-    KXC_FOR_EACH_BLEND_55X5(KXC_DECLARE_BLEND_55X5)
-    KXC_FOR_EACH_BLEND_8888(KXC_DECLARE_BLEND_8888)
-#undef KXC_DECLARE_BLEND_8888
-#undef KXC_DECLARE_BLEND_55X5
-#undef KXC_DECLARE_BLEND
+    // What the lookups choose from, by name: single pixels, then runs.
+
+    static UINT32 blendNone55X5(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendAlpha55X5(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendAlphaFast55X5(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendMul55X5(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendMulFast55X5(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendAdd55X5(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendAddFast55X5(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendInvmul55X5(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendInvmulFast55X5(UINT32 source, UINT32 destination, UINT32 value);
+    static void blendBufferNone55X5(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferAlpha55X5(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferAlphaFast55X5(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferMul55X5(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferMulFast55X5(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferAdd55X5(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferAddFast55X5(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferInvmul55X5(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferInvmulFast55X5(void* source, void* destination, UINT32 value, INT32 count);
+
+    static UINT32 blendNoneX888(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendAlphaX888(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendMulX888(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendAddX888(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendInvmulX888(UINT32 source, UINT32 destination, UINT32 value);
+    static void blendBufferNoneX888(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferAlphaX888(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferMulX888(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferAddX888(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferInvmulX888(void* source, void* destination, UINT32 value, INT32 count);
+
+    static UINT32 blendNonePremul8888(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendAlphaPremul8888(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendMulPremul8888(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendAddPremul8888(UINT32 source, UINT32 destination, UINT32 value);
+    static UINT32 blendInvmulPremul8888(UINT32 source, UINT32 destination, UINT32 value);
+    static void blendBufferNonePremul8888(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferAlphaPremul8888(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferMulPremul8888(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferAddPremul8888(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferInvmulPremul8888(void* source, void* destination, UINT32 value, INT32 count);
 
     /// Sources with an alpha per pixel: two 16-bit words each, an alpha of 0..32 and a 55X5 colour. The alpha scales
     /// the weight.

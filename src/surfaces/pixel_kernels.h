@@ -8,6 +8,11 @@
 #include <kxcoreemb/pixel_blender.h>
 #include <kxcoreemb/pixel_converter.h>
 
+/// F(type) for the types with a function of their own in the 55X5 family, and in the 8888 families.
+#define KXC_FOR_EACH_BLEND_55X5(F) \
+    F(None) F(Alpha) F(AlphaFast) F(Mul) F(MulFast) F(Add) F(AddFast) F(Invmul) F(InvmulFast)
+#define KXC_FOR_EACH_BLEND_8888(F) F(None) F(Alpha) F(Mul) F(Add) F(Invmul)
+
 /// A rectangle of pixels to work on. Pitches are in bytes and may be negative; blocks overlap only where they are
 /// equal.
 struct KxcPixelBlock
