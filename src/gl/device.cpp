@@ -113,8 +113,12 @@ INT32 KxcGLDevice::clear(INT32 color, KxcFixed, INT32)
         static_cast<size_t>(m_renderTarget->getWidth()) * static_cast<size_t>(m_renderTarget->getHeight());
     const UINT16 pixel = clearPixel(static_cast<UINT32>(color));
     UINT16* target = static_cast<UINT16*>(pixels);
-    for (size_t i = 0; i < count; ++i)
+    // memcpy writes wider words than a loop of ours may: it repeats a first piece that stays in the cache
+    const size_t piece = count < 2048 ? count : 2048;
+    for (size_t i = 0; i < piece; ++i)
         target[i] = pixel;
+    for (size_t done = piece; done < count; done += piece)
+        std::memcpy(target + done, target, (count - done < piece ? count - done : piece) * sizeof(UINT16));
     m_renderTarget->unlock();
     return 0;
 }
