@@ -38,7 +38,7 @@ long makeGame()
     kxcUseGLZBuffer();
     kxcUseDefaults();
     g_game = new Game(g_fixedStepMs, g_device.c_str());
-    return g_game->ready() ? 0 : 1;
+    return g_game->ready() || g_fixedStepMs > 0 ? 0 : 1; // runHeadless() looks itself, for the exit code
 }
 
 void setPreferences(KxcAppPrefs& prefs)
@@ -86,6 +86,8 @@ int runHeadless(INT32 frames, const std::string& folder)
 {
     g_fixedStepMs = kHeadlessStepMs;
     embeddedInit(kWidth, kHeight, makeGame, setPreferences, nullptr);
+    if (!g_game->ready())
+        return embeddedDeinit(), 1;
     const KxcFixed startX = g_game->world().heroX(), startY = g_game->world().heroY();
 
     bool good = true;
