@@ -82,7 +82,7 @@ struct KxcGLPipeline::Call
     const KxcGLTriangleInfoBuffer* info;
     const KxcGLBatchState* batch;
     KxcGLVertexBuffer::Stream positions, reciprocals, normals, colors, texture;
-    bool lit, clipped, transformed;
+    bool lit, clipped;
     INT32 firstScreen; // the screen vertex of min
 
     bool covers(INT64 vertex) const { return vertex >= min && vertex <= max; }
@@ -197,6 +197,25 @@ bool KxcGLPipeline::transform(const Call& call)
     return true;
 }
 
+/// Takes vertices min to max over as they are: places on the screen already.
+bool KxcGLPipeline::takeTransformed(const Call& call)
+{
+    const INT32 count = call.max - call.min + 1;
+    m_work.clear();
+    if (!m_screen.reserve(count, kVertexStep) || !m_work.reserve(count, kVertexStep))
+        return false;
+    KxcVector4* screen = m_screen.append(count);
+    WorkVertex* work = m_work.append(count);
+    for (INT32 i = 0; i < count; ++i)
+    {
+        const KxcVector3 position = readAt<KxcVector3>(call.positions, call.min + i);
+        const KxcFixed w = call.reciprocals.first ? readAt<KxcFixed>(call.reciprocals, call.min + i) : KxcFixed(0);
+        screen[i] = {position.x, position.y, position.z, w};
+        work[i] = {screen[i], 0};
+    }
+    return true;
+}
+
 UINT32 KxcGLPipeline::litColor(INT32 vertex)
 {
     LitVertex& lit = m_lit[vertex];
@@ -210,7 +229,7 @@ INT32 KxcGLPipeline::render(const KxcGLVertexBuffer* buffer, INT32 type, const V
 {
     if (type < KXCGLPRIMITIVE_LIST || type > KXCGLPRIMITIVE_CUSTOM)
         return -3;
-    if (!buffer || (vertices.count > 0 && vertices.indices == nullptr && vertices.base < 0))
+    if (!buffer)
         return -2;
     const bool transformed = (buffer->getFlags() & KXCGLVERTEX_RECIPROCALW) != 0;
     if (transformed && type == KXCGLPRIMITIVE_CUSTOM)
@@ -231,7 +250,6 @@ INT32 KxcGLPipeline::render(const KxcGLVertexBuffer* buffer, INT32 type, const V
     call.batch = nextBatch();
     if (!call.batch)
         return -4;
-    call.transformed = transformed;
     call.lit = !transformed && state.isOn(KXCGLSTATE_LIGHTING);
     call.clipped = call.lit || (!transformed && state.isOn(KXCGLSTATE_CLIPPING));
     call.info = transformed ? nullptr : info;
@@ -239,23 +257,7 @@ INT32 KxcGLPipeline::render(const KxcGLVertexBuffer* buffer, INT32 type, const V
     if (call.lit)
         state.refreshLightCaches();
 
-    if (transformed)
-    {
-        const INT32 count = call.max - call.min + 1;
-        m_work.clear();
-        if (!m_screen.reserve(count, kVertexStep) || !m_work.reserve(count, kVertexStep))
-            return -4;
-        KxcVector4* screen = m_screen.append(count);
-        WorkVertex* work = m_work.append(count);
-        for (INT32 i = 0; i < count; ++i)
-        {
-            const KxcVector3 position = readAt<KxcVector3>(call.positions, call.min + i);
-            const KxcFixed w = call.reciprocals.first ? readAt<KxcFixed>(call.reciprocals, call.min + i) : KxcFixed(0);
-            screen[i] = {position.x, position.y, position.z, w};
-            work[i] = {screen[i], 0};
-        }
-    }
-    else if (!transform(call))
+    if (!(transformed ? takeTransformed(call) : transform(call)))
         return -4;
     return type == KXCGLPRIMITIVE_CUSTOM ? renderCustomItems(call) : renderTriangles(call, type);
 }

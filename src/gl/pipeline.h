@@ -79,6 +79,7 @@ private:
     KxcVector4 project(const KxcVector4& clip) const;
     KxcVector4 projectOutside(const KxcVector4& clip) const;
     bool transform(const Call& call);
+    bool takeTransformed(const Call& call);
     UINT32 litColor(INT32 vertex);
     void lightVertex(LitVertex& vertex) const;
     INT32 renderTriangles(const Call& call, INT32 type);

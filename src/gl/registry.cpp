@@ -1,6 +1,5 @@
 // registry.cpp - the device variants that were registered, and making a device of one of them.
-#include "core/core_state.h"
-#include "gl/device.h"
+#include "gl/devices/variant.h"
 
 #include <kxcoreemb/gl_texture.h>
 
@@ -30,21 +29,6 @@ const KxcGLDeviceInfo* chooseInfo(UINT32 deviceId)
     }
     return chosen;
 }
-
-class StubFactory : public KxcGLDeviceFactory
-{
-public:
-    KxcGLDevice* createDevice(UINT32 flags) override { return new (std::nothrow) KxcGLDevice(flags); }
-    INT32 fillDeviceInfo(KxcGLDeviceInfo* info) override
-    {
-        info->width = kxcCore->screenWidth;
-        info->height = kxcCore->screenHeight;
-        info->infoFlags1 = info->infoFlags2 = 1;
-        info->capabilityMask = 1;
-        info->name = "Stub";
-        return 1;
-    }
-};
 
 } // namespace
 
@@ -107,7 +91,10 @@ void kxcGLDestroyDevice()
     kxcCore->device = nullptr;
 }
 
-void kxcGLRegisterStub() { KxcGLDeviceFactory::registerFactory(new (std::nothrow) StubFactory()); }
+void kxcGLRegisterStub()
+{
+    KxcGLVariant<KxcGLDevice>::use("Stub", kxcCore->screenWidth, kxcCore->screenHeight, 1, 0, 0);
+}
 
 void kxcGLFree()
 {

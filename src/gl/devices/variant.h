@@ -12,7 +12,8 @@ class KxcGLVariant : public KxcGLDeviceFactory
 {
 public:
     /// @param name  a literal @param width, height  of the frame, as the record tells them
-    static void use(const char* name, INT32 width, INT32 height, UINT32 capabilities, INT32 priority)
+    static void use(const char* name, INT32 width, INT32 height, UINT32 capabilities, INT32 priority,
+                    UINT32 capabilities2 = 27)
     {
         KxcGLVariant* factory = new (std::nothrow) KxcGLVariant;
         if (!factory)
@@ -22,7 +23,7 @@ public:
         factory->m_info.height = height;
         factory->m_info.infoFlags1 = factory->m_info.infoFlags2 = 1;
         factory->m_info.capabilityMask = capabilities;
-        factory->m_info.capabilityMask2 = 27;
+        factory->m_info.capabilityMask2 = capabilities2;
         factory->m_info.priority = priority;
         registerFactory(factory);
     }
