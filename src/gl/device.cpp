@@ -2,6 +2,7 @@
 #include "gl/device.h"
 
 #include "core/core_state.h"
+#include "surfaces/pixel_kernels.h"
 #include "surfaces/surface_descriptor.h"
 
 #include <kxcoreemb/gl_texture.h>
@@ -109,16 +110,12 @@ INT32 KxcGLDevice::clear(INT32 color, KxcFixed, INT32)
     const INT32 pitch = m_renderTarget ? m_renderTarget->lock(&pixels, 0, KXCLOCK_DISCARD) : 0;
     if (!pitch)
         return 0;
-    const size_t count =
-        static_cast<size_t>(m_renderTarget->getWidth()) * static_cast<size_t>(m_renderTarget->getHeight());
-    const UINT16 pixel = clearPixel(static_cast<UINT32>(color));
-    UINT16* target = static_cast<UINT16*>(pixels);
-    // memcpy writes wider words than a loop of ours may: it repeats a first piece that stays in the cache
-    const size_t piece = count < 2048 ? count : 2048;
-    for (size_t i = 0; i < piece; ++i)
-        target[i] = pixel;
-    for (size_t done = piece; done < count; done += piece)
-        std::memcpy(target + done, target, (count - done < piece ? count - done : piece) * sizeof(UINT16));
+    KxcPixelBlock all = {};
+    all.target = pixels;
+    all.width = m_renderTarget->getWidth() * m_renderTarget->getHeight(); // the rows touch: one run
+    all.height = 1;
+    all.value = clearPixel(static_cast<UINT32>(color));
+    kxcPixelKernels().fill[KxcPixelKernels::k16](all);
     m_renderTarget->unlock();
     return 0;
 }
