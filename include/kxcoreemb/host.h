@@ -32,4 +32,12 @@ extern "C"
     KXC_API void embeddedPointerDown(int x, int y); ///< in screen pixels
     KXC_API void embeddedPointerMove(int x, int y);
     KXC_API void embeddedPointerUp(int x, int y);
+
+    /// The place for a host's sound set-up; nothing is needed here.
+    KXC_API void embeddedSoundInit();
+    /// Takes the next output buffer, for a host that plays or records the sound itself: call it once for every
+    /// 2048 / 32000 s that pass. The mixer runs within this call.
+    /// @param buffer  receives the samples, as KxcAudio::getAudioFormat tells, at most 8192 bytes; null drops them
+    /// @return bytes written; 0 while no output is open, and on the desktop, where the device takes them
+    KXC_API int embeddedSoundFrame(void* buffer);
 }

@@ -1,6 +1,8 @@
 // kxcoreemb.h - all of the library.
 #pragma once
 
+#include <kxcoreemb/audio.h>
+#include <kxcoreemb/audio_producer.h>
 #include <kxcoreemb/base.h>
 #include <kxcoreemb/cfl.h>
 #include <kxcoreemb/cfl_filter.h>
