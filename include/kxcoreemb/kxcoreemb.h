@@ -20,6 +20,10 @@
 #include <kxcoreemb/image_loader.h>
 #include <kxcoreemb/pixel_blender.h>
 #include <kxcoreemb/pixel_converter.h>
+#include <kxcoreemb/primitive_draw.h>
+#include <kxcoreemb/primitive_fillers.h>
+#include <kxcoreemb/primitive_sets.h>
+#include <kxcoreemb/primitive_translator.h>
 #include <kxcoreemb/resource_manager.h>
 #include <kxcoreemb/string_toolkit.h>
 #include <kxcoreemb/surface.h>

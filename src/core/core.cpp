@@ -17,6 +17,7 @@
 #include <kxcoreemb/gl.h>
 #include <kxcoreemb/host.h>
 #include <kxcoreemb/image_loader.h>
+#include <kxcoreemb/primitive_translator.h>
 #include <kxcoreemb/string_toolkit.h>
 
 #include <new>
@@ -144,6 +145,8 @@ void kxcCoreTearDown()
     kxcImageLoadersFree();
     delete kxcCore->resources;
     delete kxcCore->mathTables;
+    delete kxcCore->primitiveDraw;
+    delete kxcCore->primitiveTranslator;
     delete[] kxcCore->commandLine;
     delete[] kxcCore->frameBuffer;
     kxcCore->alive = 0;

@@ -1,0 +1,88 @@
+// primitive_draw.h - the scanline rasteriser: fills polygons, smooth or not, on surfaces of every format but PALETTE8.
+#pragma once
+
+#include <kxcoreemb/primitive_fillers.h>
+#include <kxcoreemb/primitive_sets.h>
+
+class KxcPrimitiveDrawEdgeSet;
+struct KxcPrimitiveRow;
+
+/// Fills polygons made of point and edge sets into a locked surface.
+///
+/// Use        addPolygon() and addIndexedSet(), any number of them, then one of the render calls, which fills
+/// everything
+///            that was added together and forgets it. KxcPrimitiveTranslator does that for paths.
+/// Grid       pixels for renderEvenOdd() and renderNonZero(), which test the centres of rows; eighths of pixels in both
+///            directions for renderEvenOddAA() and renderNonZeroAA(), which count 8 x 8 samples for each pixel.
+/// Clipping   the clipping rectangle is in grid units and inclusive. Nothing is ever written outside of the surface.
+/// Failure    edges that find no memory are left out; a surface that needs more memory than there is stays as it is.
+/// Threads    the frame thread only.
+class KXC_API KxcPrimitiveDraw
+{
+public:
+    /// @param width, height              of the grid to begin with; it grows with the surfaces
+    /// @param lineEdges, indexedEdges    how many edges to have room for; there will be room for more
+    /// @return null without memory; the caller deletes it
+    static KxcPrimitiveDraw* create(INT32 width, INT32 height, INT32 lineEdges, INT32 indexedEdges);
+    virtual ~KxcPrimitiveDraw();
+    KxcPrimitiveDraw(const KxcPrimitiveDraw&) = delete;
+    KxcPrimitiveDraw& operator=(const KxcPrimitiveDraw&) = delete;
+
+    /// Makes room for a grid of this size; it never shrinks. A far edge of the clipping rectangle that lay on the old
+    /// border moves to the new one.
+    /// @return 0 without memory: that dimension is 0 then, and nothing can be drawn before a resize succeeds
+    INT32 resize(INT32 width, INT32 height);
+    /// The rectangle from (x1, y1) to (x2, y2), both included; it is clamped to the grid.
+    void setClippingRect(INT32 x1, INT32 y1, INT32 x2, INT32 y2);
+
+    void setColor(UINT32 color);                    ///< 0x00RRGGBB; replaces a filler
+    void setOpacity(UINT8 opacity);                 ///< 255 at first
+    void setFiller(KxcPrimitiveDrawFiller* filler); ///< stays the caller's; null goes back to the colour
+
+    /// The set's points must have been scaled. Edges are clipped to the rectangle that is set now.
+    void addPolygon(const KxcPrimitiveDrawPointSet* points, const KxcPrimitiveDrawLineSet* lines);
+    void addIndexedSet(const KxcPrimitiveDrawIndexedPrimitiveSet* primitives);
+
+    // Filling what was added, by the even-odd or the non-zero rule, smooth (AA) or not.
+    //
+    // pixels, width, height, pitch  a surface's: the size in pixels, the pitch in bytes
+    // format                        a KXCSURFACEFORMAT_
+    void renderEvenOdd(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format);
+    void renderNonZero(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format);
+    void renderEvenOddAA(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format);
+    void renderNonZeroAA(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format);
+
+    /// Writes the spans of the current row into a row of pixels.
+    typedef void (KxcPrimitiveDraw::*BlitFunction)(UINT8* row, INT32 y);
+    /// What the render calls use for a format, with the colour, opacity and filler that are set.
+    /// @return null when nothing would be drawn
+    BlitFunction getBlitFunction(INT32 format) const;
+
+private:
+    friend struct KxcPrimitiveRaster;
+    struct Span;
+
+    KxcPrimitiveDraw();
+    template <class Target, class Paint>
+    void blitSpans(UINT8* row, const Target& target, const Paint& paint);
+
+    void blitSpan16(UINT8* row, INT32 y);
+    void blitSpan16Alpha(UINT8* row, INT32 y);
+    void blitSpan16Filled(UINT8* row, INT32 y);
+    void blitSpan32Alpha(UINT8* row, INT32 y);
+    void blitSpan32Filled(UINT8* row, INT32 y);
+    void blitSpan32ARGBAlpha(UINT8* row, INT32 y);
+    void blitSpan32ARGBFilled(UINT8* row, INT32 y);
+    void blitSpanGenericAlpha(UINT8* row, INT32 y);
+    void blitSpanGenericFilled(UINT8* row, INT32 y);
+
+    KxcPrimitiveRow* m_row;           // owned: coverage of the row in work
+    KxcPrimitiveDrawEdgeSet* m_edges; // owned
+    INT32 m_width, m_height;          // of the grid
+    INT32 m_clipX1, m_clipY1, m_clipX2, m_clipY2;
+    KxcPrimitiveDrawFiller* m_filler;
+    UINT32 m_color;               // 0xFFRRGGBB
+    UINT32 m_color16;             // 55X5
+    UINT32 m_opacity, m_opacity5; // 0..255, 0..32
+    INT32 m_format;               // of the surface in work, for the generic blitters
+};

@@ -1,0 +1,199 @@
+// primitive_sets.h - what the vector rasteriser is fed: points, the edges between them, and edges made of tables.
+#pragma once
+
+#include <kxcoreemb/fixed.h>
+
+#include <cstring>
+#include <new>
+
+/// An array that grows, when it is full, to 125 % of its size. Elements are plain records, moved as bytes.
+///
+/// Failure    an element that finds no memory is left out: add() answers false and nothing else changes.
+template <class T>
+class KxcPrimitiveArray
+{
+public:
+    static_assert(std::is_trivially_copyable<T>::value, "elements are moved as bytes");
+
+    KxcPrimitiveArray() = default;
+    ~KxcPrimitiveArray() { delete[] m_items; }
+    KxcPrimitiveArray(const KxcPrimitiveArray&) = delete;
+    KxcPrimitiveArray& operator=(const KxcPrimitiveArray&) = delete;
+
+    INT32 count() const { return m_count; }
+    T* items() { return m_items; }
+    const T* items() const { return m_items; }
+    T& operator[](INT32 index) { return m_items[index]; }
+    const T& operator[](INT32 index) const { return m_items[index]; }
+    T& last() { return m_items[m_count - 1]; }
+
+    /// Makes room for `capacity` elements in all. @return false without memory
+    bool reserve(INT32 capacity)
+    {
+        if (capacity <= m_capacity)
+            return true;
+        if (static_cast<UINT32>(capacity) > INT32_MAX / sizeof(T))
+            return false;
+        T* items = new (std::nothrow) T[static_cast<size_t>(capacity)];
+        if (!items)
+            return false;
+        if (m_count > 0)
+            std::memcpy(static_cast<void*>(items), m_items, static_cast<size_t>(m_count) * sizeof(T));
+        delete[] m_items;
+        m_items = items;
+        m_capacity = capacity;
+        return true;
+    }
+    bool add(const T& item)
+    {
+        if (m_count == m_capacity)
+        {
+            const T copy = item; // which may lie in here
+            return grow() && (m_items[m_count++] = copy, true);
+        }
+        m_items[m_count++] = item;
+        return true;
+    }
+    /// Forgets the elements from this one on; keeps the memory.
+    void truncate(INT32 count) { m_count = count; }
+    void clear() { m_count = 0; }
+    void swap(KxcPrimitiveArray& other)
+    {
+        T* const items = m_items;
+        const INT32 itemCount = m_count, capacity = m_capacity;
+        m_items = other.m_items, m_count = other.m_count, m_capacity = other.m_capacity;
+        other.m_items = items, other.m_count = itemCount, other.m_capacity = capacity;
+    }
+
+private:
+    bool grow()
+    {
+        const INT64 larger = static_cast<INT64>(m_capacity) * 125 / 100;
+        return larger <= INT32_MAX && reserve(static_cast<INT32>(larger > m_capacity ? larger : m_capacity + 1));
+    }
+
+    T* m_items = nullptr; // owned
+    INT32 m_count = 0, m_capacity = 0;
+};
+
+/// A place in the rasteriser's grid, with 16 fraction bits. 64 bits hold whatever a matrix makes of a KxcFixed.
+struct KxcPrimitivePoint
+{
+    INT64 x, y;
+};
+
+/// Points: where they are for the user, and where a matrix put them in the rasteriser's grid.
+class KXC_API KxcPrimitiveDrawPointSet
+{
+public:
+    /// @return null without memory; the caller deletes it
+    static KxcPrimitiveDrawPointSet* create(INT32 capacity);
+
+    /// @return the point's index, or -1 without memory
+    INT32 addPoint(const KxcVector2& point) { return m_points.add(point) ? m_points.count() - 1 : -1; }
+    void clear() { m_points.clear(), m_scaled.clear(); }
+    INT32 getCount() const { return m_points.count(); }
+    const KxcVector2& getPoint(INT32 index) const { return m_points[index]; }
+
+    /// Sets the grid coordinates of all points: those of the user times a matrix, or times a factor.
+    void calculateScaledValues(const KxcMatrix3& matrix);
+    void calculateScaledValues(KxcFixed factor);
+    /// Of the points that the last calculateScaledValues() found; how many these are tells getScaledCount().
+    const KxcPrimitivePoint& getScaledPoint(INT32 index) const { return m_scaled[index]; }
+    INT32 getScaledCount() const { return m_scaled.count(); }
+
+private:
+    KxcPrimitiveDrawPointSet() = default;
+
+    KxcPrimitiveArray<KxcVector2> m_points;
+    KxcPrimitiveArray<KxcPrimitivePoint> m_scaled;
+};
+
+/// An edge between two points, by their indices. Its direction counts for the non-zero rule.
+struct KxcPrimitiveDrawLine
+{
+    INT32 from, to;
+};
+
+/// Edges between the points of a set.
+class KXC_API KxcPrimitiveDrawLineSet
+{
+public:
+    /// @return null without memory; the caller deletes it
+    static KxcPrimitiveDrawLineSet* create(INT32 capacity);
+
+    /// @return 0 without memory
+    INT32 addLine(INT32 from, INT32 to) { return m_lines.add({from, to}); }
+    void clear() { m_lines.clear(); }
+    void truncate(INT32 count) { m_lines.truncate(count); } ///< keeps the first `count` edges
+    INT32 getCount() const { return m_lines.count(); }
+    const KxcPrimitiveDrawLine& getLine(INT32 index) const { return m_lines[index]; }
+    void setLineEnd(INT32 index, INT32 to) { m_lines[index].to = to; }
+
+private:
+    KxcPrimitiveDrawLineSet() = default;
+
+    KxcPrimitiveArray<KxcPrimitiveDrawLine> m_lines;
+};
+
+/// An edge that reads its columns from a table, a row after the other: half of a disc.
+///
+/// Units      those of the rasteriser's grid: pixels, or eighths of pixels with anti-aliasing.
+/// Ownership  the table belongs to what createHalfCircle() returned; instances share it and must not outlive it.
+class KXC_API KxcPrimitiveDrawIndexedPrimitive
+{
+public:
+    /// One side of a disc that is 2 x radius + 1 rows high: its left boundary for a direction of +1, its right one for
+    /// -1. Both together enclose the disc.
+    /// @param x, y            the middle, a row and column of the grid
+    /// @param slope           moves each row by this much more than the one above it
+    /// @param shear           the same, counted from the middle row and kept in the table
+    /// @param minRow, maxRow  rows outside are left out
+    /// @return null for a radius below 1, when no row is left, or without memory; the caller deletes it
+    static KxcPrimitiveDrawIndexedPrimitive* createHalfCircle(INT32 x, INT32 y, INT32 radius, KxcFixed slope,
+                                                              KxcFixed shear, INT32 direction, INT32 minRow,
+                                                              INT32 maxRow);
+    KxcPrimitiveDrawIndexedPrimitive() = default;
+    ~KxcPrimitiveDrawIndexedPrimitive();
+    KxcPrimitiveDrawIndexedPrimitive(const KxcPrimitiveDrawIndexedPrimitive&) = delete;
+    KxcPrimitiveDrawIndexedPrimitive& operator=(const KxcPrimitiveDrawIndexedPrimitive&) = delete;
+
+    /// Becomes another one in another place: its column 0 at x, its first row at y.
+    void setInstance(const KxcPrimitiveDrawIndexedPrimitive& prototype, INT32 x, INT32 y);
+
+    INT32 getX() const { return m_x; }
+    INT32 getFirstRow() const { return m_y; }
+    INT32 getRowCount() const { return m_rows; }
+    INT32 getDirection() const { return m_direction; }
+    /// @param row  0 for the first. @return the column in that row, with 16 fraction bits
+    INT64 getColumn(INT32 row) const
+    {
+        return static_cast<INT64>(m_x) * 65536 + m_table[row] + static_cast<INT64>(m_slope) * row;
+    }
+
+private:
+    const INT32* m_table = nullptr; // 16.16 from m_x, one for each row
+    bool m_ownsTable = false;
+    INT32 m_x = 0, m_y = 0, m_rows = 0;
+    INT32 m_slope = 0; // 16.16
+    INT32 m_direction = 1;
+};
+
+/// Pointers to such edges, which belong to somebody else.
+class KXC_API KxcPrimitiveDrawIndexedPrimitiveSet
+{
+public:
+    /// @return null without memory; the caller deletes it
+    static KxcPrimitiveDrawIndexedPrimitiveSet* create(INT32 capacity);
+
+    /// @return 0 without memory
+    INT32 addPrimitive(const KxcPrimitiveDrawIndexedPrimitive* primitive) { return m_primitives.add(primitive); }
+    void clear() { m_primitives.clear(); }
+    INT32 getCount() const { return m_primitives.count(); }
+    const KxcPrimitiveDrawIndexedPrimitive* getPrimitive(INT32 index) const { return m_primitives[index]; }
+
+private:
+    KxcPrimitiveDrawIndexedPrimitiveSet() = default;
+
+    KxcPrimitiveArray<const KxcPrimitiveDrawIndexedPrimitive*> m_primitives;
+};
