@@ -1,13 +1,18 @@
 // kxcoreemb.h - all of the library.
 #pragma once
 
+#include <kxcoreemb/address.h>
+#include <kxcoreemb/advertiser.h>
 #include <kxcoreemb/audio.h>
 #include <kxcoreemb/audio_producer.h>
 #include <kxcoreemb/base.h>
+#include <kxcoreemb/bluetooth.h>
 #include <kxcoreemb/cfl.h>
 #include <kxcoreemb/cfl_filter.h>
 #include <kxcoreemb/cfl_maker.h>
+#include <kxcoreemb/communication.h>
 #include <kxcoreemb/core.h>
+#include <kxcoreemb/data_frame.h>
 #include <kxcoreemb/date_time.h>
 #include <kxcoreemb/file.h>
 #include <kxcoreemb/fixed.h>
@@ -18,6 +23,8 @@
 #include <kxcoreemb/gl_vertex_buffer.h>
 #include <kxcoreemb/host.h>
 #include <kxcoreemb/image_loader.h>
+#include <kxcoreemb/inet.h>
+#include <kxcoreemb/linked_list.h>
 #include <kxcoreemb/pixel_blender.h>
 #include <kxcoreemb/pixel_converter.h>
 #include <kxcoreemb/primitive_draw.h>
@@ -25,6 +32,7 @@
 #include <kxcoreemb/primitive_sets.h>
 #include <kxcoreemb/primitive_translator.h>
 #include <kxcoreemb/resource_manager.h>
+#include <kxcoreemb/socket.h>
 #include <kxcoreemb/string_toolkit.h>
 #include <kxcoreemb/surface.h>
 #include <kxcoreemb/thread.h>

@@ -1,0 +1,117 @@
+// socket.h - datagram and stream sockets, and the callback of stream operations that take their time.
+#pragma once
+
+#include <kxcoreemb/address.h>
+
+class KxcStreamWorker;
+
+/// What sockets call families, types, protocols, levels, options and commands; the platform's own numbers stay hidden.
+enum KXCSOCKET : INT32
+{
+    KXCSOCKET_STREAM = 1,        ///< type
+    KXCSOCKET_DATAGRAM = 2,      ///< type
+    KXCSOCKET_INET = 3,          ///< family
+    KXCSOCKET_NONBLOCKING = 5,   ///< ioctl: 1 never waits, 0 waits
+    KXCSOCKET_READABLE = 6,      ///< ioctl: receives the number of bytes that wait
+    KXCSOCKET_LEVELSOCKET = 7,   ///< level of the options below
+    KXCSOCKET_TCP = 8,           ///< level, protocol
+    KXCSOCKET_UDP = 9,           ///< protocol
+    KXCSOCKET_IP = 10,           ///< protocol
+    KXCSOCKET_BROADCAST = 11,    ///< option, INT32: 1 allows sending to everybody
+    KXCSOCKET_KEEPALIVE = 12,    ///< option, INT32
+    KXCSOCKET_REUSEADDRESS = 13, ///< option, INT32
+    KXCSOCKET_SENDBUFFER = 14,   ///< option, INT32: bytes
+    KXCSOCKET_RECVBUFFER = 16    ///< option, INT32: bytes
+};
+
+/// Told what became of a stream socket's operation. Called on a thread of the engine's, never with a lock held.
+class KXC_API KxcAsyncCallBack
+{
+public:
+    virtual ~KxcAsyncCallBack();
+    virtual void actionReady(INT32 value) = 0;  ///< connected, or accepted; 0
+    virtual void actionFailed(INT32 value) = 0; ///< -1; the operation has ended
+    virtual void actionCancel(INT32 value) = 0; ///< the peer ended the stream; 0
+    virtual void actionReceive(const char* data, INT32 length) = 0;
+    virtual void actionSend(INT32 length) = 0; ///< so many bytes were handed to the system
+};
+
+/// One socket of the system. Numbers that stand for the system's are KXCSOCKET_ values.
+///
+/// Failure  -1; an index out of range reaches the system as -1, which refuses it.
+/// Threads  one at a time.
+class KXC_API KxcSocket
+{
+public:
+    virtual ~KxcSocket(); ///< closes it
+    KxcSocket(const KxcSocket&) = delete;
+    KxcSocket& operator=(const KxcSocket&) = delete;
+
+    /// Makes the system's socket, closing an earlier one. @return 0 or -1
+    INT32 open(INT32 familyIndex, INT32 typeIndex, INT32 protocolIndex);
+    void close();                 ///< also ends what KxcStreamSocket was asked for
+    void* getHandle() const;      ///< the system's handle; all bits set when closed
+    void setHandle(void* handle); ///< takes the handle over without closing the earlier one
+    /// @param length  of the value in bytes, as received by the system
+    INT32 getOption(INT32 levelIndex, INT32 optionIndex, void* value, INT32* length);
+    INT32 setOption(INT32 levelIndex, INT32 optionIndex, const void* value, INT32 length);
+    INT32 ioctl(INT32 commandIndex, UINT32* argument);
+    INT32 getLocalAddress(KxcAddress& address); ///< where it is bound
+    INT32 getRemoteAddr(KxcAddress& address);   ///< whom it is connected to
+
+protected:
+    KxcSocket();
+    INT32 handle; // the platform's; -1 when closed
+};
+
+/// A socket for datagrams.
+class KXC_API KxcDgramSocket : public KxcSocket
+{
+public:
+    static KxcDgramSocket* create(); ///< without a system's socket yet; null when memory runs out
+    using KxcSocket::open;
+    INT32 open(const KxcAddress& local); ///< makes the system's socket and binds it. @return 0 or -1
+    /// @return the bytes sent or received, or -1: also when a socket that never waits has nothing to read
+    INT32 sendTo(const char* data, INT32 length, INT32 flags, const KxcAddress& to);
+    INT32 recvFrom(char* buffer, INT32 length, INT32 flags, KxcAddress& from);
+
+private:
+    KxcDgramSocket() = default;
+};
+
+/// A socket for a stream of bytes. With a callback it does not wait: the outcome is told by a thread of the engine's,
+/// which needs a core and serves ten sockets at a time.
+///
+/// Threads  the callback may use the socket it was called for, but not delete it: a socket that is deleted or closed
+///          waits for a callback that runs, and no callback comes after that.
+class KXC_API KxcStreamSocket : public KxcSocket
+{
+public:
+    static KxcStreamSocket* create(INT32 reserved = 0); ///< an IPv4 stream; null when the system has none left
+    using KxcSocket::open;
+
+    INT32 bind(KxcAddress& local); ///< @return 0 or -1
+    /// The first call notes the backlog for open() and answers 0; further calls listen at once.
+    INT32 listen(INT32 backlog);
+    /// Connects. @return 0, and the callback's actionReady(0) or actionFailed(-1) follows; -1 when that failed at once
+    INT32 open(const KxcAddress& remote, KxcAsyncCallBack* callback);
+    /// Takes the next connection that arrives at `listening`, then actionReady(0) or actionFailed(-1). @return 0 or -1
+    INT32 open(KxcSocket& listening, KxcAsyncCallBack* callback);
+
+    INT32 recv(char* buffer, INT32 length, INT32 flags); ///< @return bytes; 0 at the end of the stream; -1
+    INT32 send(const char* data, INT32 length, INT32 flags);
+    /// From now on hands what arrives to the callback (actionReceive), until the stream ends (actionCancel) or breaks
+    /// (actionFailed). @return 0, also when it already does; -1 when ten sockets are served
+    INT32 recv(KxcAsyncCallBack* callback);
+    /// Sends what the system takes at once; actionSend tells how much. Also begins to hand over what arrives.
+    /// @return the bytes sent, or -1
+    INT32 send(const char* data, INT32 length, KxcAsyncCallBack* callback);
+
+private:
+    friend class KxcStreamWorker;
+    KxcStreamSocket() : backlog(0), backlogNoted(false) {}
+    INT32 request(INT32 kind, INT32 listener, KxcAsyncCallBack* callback);
+
+    INT32 backlog;
+    bool backlogNoted;
+};
