@@ -73,9 +73,49 @@ kxcPlatformSearchNext(KxcPlatformSearch* search);       ///< a name, "." and "..
 void kxcPlatformSearchClose(KxcPlatformSearch* search); ///< accepts null
 
 // --- sockets ---------------------------------------------------------------------------------------------------------
+// A socket is a number, -1 for none. What fails answers -1 unless a comment says otherwise. An address is a record of
+// 16 bytes: the family (UINT16, 2), the port and the IPv4 address in network byte order, eight zeros.
 
 INT32 kxcPlatformSocketsStart(); ///< once per run, before any other use of the network
 void kxcPlatformSocketsStop();
+
+/// What the system calls a KXCSOCKET_ index, 0 to 20; -1 for any other.
+INT32 kxcPlatformSocketValue(INT32 index);
+
+/// Arguments are the system's, from kxcPlatformSocketValue; so are those of options and commands.
+INT32 kxcPlatformSocketOpen(INT32 family, INT32 type, INT32 protocol);
+void kxcPlatformSocketClose(INT32 socket); ///< accepts -1
+INT32 kxcPlatformSocketBind(INT32 socket, const void* address);
+INT32 kxcPlatformSocketListen(INT32 socket, INT32 backlog);
+INT32 kxcPlatformSocketAccept(INT32 socket); ///< the new connection's socket
+/// @return 0 when connected; 1 when that takes longer and the socket does not wait: once it is writable, ask for the
+/// end
+INT32 kxcPlatformSocketConnect(INT32 socket, const void* address);
+INT32 kxcPlatformSocketConnectEnd(INT32 socket); ///< 0 when connected
+/// Bytes sent or received. Receiving answers 0 at the end of a stream; a peer that is gone is an error, not a signal.
+INT32 kxcPlatformSocketSend(INT32 socket, const char* data, INT32 length, INT32 flags);
+INT32 kxcPlatformSocketReceive(INT32 socket, char* buffer, INT32 length, INT32 flags);
+INT32 kxcPlatformSocketSendTo(INT32 socket, const char* data, INT32 length, INT32 flags, const void* address);
+INT32 kxcPlatformSocketReceiveFrom(INT32 socket, char* buffer, INT32 length, INT32 flags, void* address);
+INT32 kxcPlatformSocketGetOption(INT32 socket, INT32 level, INT32 option, void* value, INT32* length);
+INT32 kxcPlatformSocketSetOption(INT32 socket, INT32 level, INT32 option, const void* value, INT32 length);
+INT32 kxcPlatformSocketControl(INT32 socket, INT32 command, UINT32* argument);
+INT32 kxcPlatformSocketLocalAddress(INT32 socket, void* address);
+INT32 kxcPlatformSocketPeerAddress(INT32 socket, void* address);
+
+struct KxcPlatformSocketWatch
+{
+    INT32 socket;
+    INT32 forWriting; ///< 0: until there is something to read, or the end, or an error
+    INT32 ready;      ///< filled in
+};
+/// Blocks until one is ready or the time is over; below 0 there is no limit. @return how many are; 0 when time is over
+INT32 kxcPlatformSocketWait(KxcPlatformSocketWatch* watches, INT32 count, INT32 timeoutMs);
+
+// Names. Looking one up may take seconds. 1 on success, else 0.
+INT32 kxcPlatformHostAddress(const char* name, UINT32* address); ///< the first, in network byte order
+INT32 kxcPlatformHostNameOf(UINT32 address, char* name, INT32 size);
+INT32 kxcPlatformHostName(char* name, INT32 size); ///< of this host
 
 // --- window and message boxes ----------------------------------------------------------------------------------------
 

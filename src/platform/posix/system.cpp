@@ -1,4 +1,4 @@
-// system.cpp - pages, clock, local time, the process and the socket layer of POSIX systems.
+// system.cpp - pages, clock, local time and the process of POSIX systems.
 #include "platform/platform.h"
 
 #include <cerrno>
@@ -84,8 +84,3 @@ KxcPlatformTime kxcPlatformLocalTime()
 }
 
 void kxcPlatformExit(INT32 code) { std::exit(code); }
-
-// POSIX sockets need no start.
-INT32 kxcPlatformSocketsStart() { return 1; }
-
-void kxcPlatformSocketsStop() {}
