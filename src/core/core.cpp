@@ -4,6 +4,7 @@
 // Whatever the core owns is destroyed in kxcCoreTearDown and nowhere else.
 #include "core/core_state.h"
 
+#include "audio/audio_device.h"
 #include "core/resource_table.h"
 #include "files/cfl_services.h"
 #include "gl/device.h"
@@ -143,8 +144,9 @@ void kxcCoreTearDown()
     delete kxcCore->archives;
     kxcCFLMakersFree();
     kxcImageLoadersFree();
-    delete kxcCore->resources;
     delete kxcCore->mathTables;
+    kxcAudioFree();
+    delete kxcCore->resources;
     delete kxcCore->primitiveDraw;
     delete kxcCore->primitiveTranslator;
     delete[] kxcCore->commandLine;
@@ -176,7 +178,10 @@ void KxcCore::setController(KxcInput* controller)
 void KxcCore::quit()
 {
     if (kxcCore)
+    {
+        kxcCore->quitting = 1;
         endApplication();
+    }
     if (kxcCoreDesktopTearDown)
         kxcCoreDesktopTearDown();
     kxcPlatformSocketsStop();
@@ -341,4 +346,5 @@ void kxcUseDefaults()
     kxcUseGLDefault();
     kxcUseImageFilterPCX();
     kxcUseImageFilterTGA();
+    kxcUseAudioDefault();
 }

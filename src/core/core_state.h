@@ -6,6 +6,9 @@
 
 #include <kxcoreemb/core.h>
 
+#include <atomic>
+
+class KxcAudioDevice;
 class KxcCFL;
 class KxcCFLMaker;
 class KxcCFLResourceFilter;
@@ -13,6 +16,7 @@ class KxcGLDevice;
 class KxcGLDeviceFactory;
 class KxcImageLoader;
 class KxcResourceTable;
+class KxcStreamWorker;
 struct KxcGLDeviceInfo;
 struct KxcMathTables;
 
@@ -32,12 +36,14 @@ struct KxcScreenButton
 /// The core object, made of zeroed pages by kxcCoreBuild. Members are destroyed by kxcCoreTearDown.
 struct KxcCoreState
 {
-    INT32 alive; // 1 while it exists
+    INT32 alive;                 // 1 while it exists
+    std::atomic<INT32> quitting; // 1 from KxcCore::quit on; the audio thread reads it
     KxcAppPrefs prefs;
 
     KxcApp* app;                 // owned
     KxcRenderer* renderer;       // the game's
     KxcInput* controller;        // the game's
+    KxcAudioDevice* audioDevice; // owned; null until kxcUseAudioDefault
     KxcResourceTable* resources; // owned
     KxcMathTables* mathTables;   // owned
 
@@ -55,7 +61,8 @@ struct KxcCoreState
     INT32 fileOpenStrategy;
     KxcImageLoader* imageLoaders; // owned: newest first
 
-    KxcCommunicationScheduler* scheduler;
+    KxcCommunicationScheduler* scheduler; // owned: null until kxcUseNetwork
+    KxcStreamWorker* streamWorker;        // owned: null until a stream socket asks for it
     KxcPrimitiveDraw* primitiveDraw;
     KxcPrimitiveTranslator* primitiveTranslator;
 

@@ -3,6 +3,7 @@
 // The window stands for a handheld's screen with a border around it. A frame is run whenever the window's content is to
 // be painted, and the loop asks for that as fast as it can: pacing is the game's business.
 
+#include "audio/audio_device.h"
 #include "core/core_state.h"
 #include "core/desktop_picture.h"
 #include "platform/platform.h"
@@ -18,6 +19,7 @@ static KxcDesktopPicture picture;
 
 static void tearDown()
 {
+    kxcAudioStopOutput();
     picture.destroy();
     kxcPlatformHost->close();
 }
@@ -124,6 +126,8 @@ int realWinMain(int width, int height, void*, int showCommand, long (*appInit)(v
 #ifdef KXC_DESKTOP
     if (kxcPlatformHost == &kxcPlatformHeadless) // a host that was chosen before stays
         kxcPlatformHost = &kxcPlatformSDL2;
+    if (kxcPlatformWave == &kxcPlatformHeadlessWave)
+        kxcPlatformWave = &kxcPlatformSDL2Wave;
 #endif
     kxcCoreDesktopTearDown = tearDown;
     if (!kxcPlatformSocketsStart())

@@ -102,6 +102,7 @@ INT32 kxcPlatformSocketSetOption(INT32 socket, INT32 level, INT32 option, const 
 INT32 kxcPlatformSocketControl(INT32 socket, INT32 command, UINT32* argument);
 INT32 kxcPlatformSocketLocalAddress(INT32 socket, void* address);
 INT32 kxcPlatformSocketPeerAddress(INT32 socket, void* address);
+INT32 kxcPlatformSocketWouldWait(); ///< 1 when the calling thread's last call failed only because it may not wait
 
 struct KxcPlatformSocketWatch
 {
@@ -176,3 +177,37 @@ extern const KxcPlatformHost* kxcPlatformHost;    ///< the one in use; headless 
 /// Shows a message box through the host in use, or hands it to the hook when a test set one.
 void kxcPlatformMessageBox(const char* text, const char* caption, KxcPlatformIcon icon);
 extern void (*kxcPlatformMessageBoxHook)(const char* text, const char* caption, KxcPlatformIcon icon);
+
+// --- sound -----------------------------------------------------------------------------------------------------------
+
+/// Numbers of 16 bits are signed, of 8 bits unsigned; two channels lie interleaved, left first.
+struct KxcPlatformWaveFormat
+{
+    INT32 rate;     ///< samples a second
+    INT32 channels; ///< 1 or 2
+    INT32 bits;     ///< 8 or 16
+    INT32 samples;  ///< length of a hardware buffer
+};
+
+/// An output for sound. Two hardware buffers are in flight: while one is being played, the other one is filled.
+struct KxcPlatformWave
+{
+    const char* name; ///< "sdl2", "headless"
+    /// Starts to play; both buffers hold silence at first. Whenever one has been played, `done` is called, on an audio
+    /// thread, to write what is played after the other one. When the device goes away later, the calls go on at the
+    /// same pace, and the output looks for a device from time to time.
+    /// @param done  a buffer, its bytes, and the byte that silence consists of
+    /// @return 0, with the reason on stderr, when there is no such output
+    INT32 (*open)(const KxcPlatformWaveFormat& format, void (*done)(void* buffer, INT32 bytes, INT32 silence));
+    /// Stops, after a call of `done` that is running: hold no lock that it waits for. From within `done` (the program
+    /// is ending there) it returns at once. Safe after a failed open, and twice.
+    void (*close)();
+};
+
+extern const KxcPlatformWave kxcPlatformHeadlessWave; ///< plays only what kxcPlatformHeadlessWavePlay takes
+extern const KxcPlatformWave kxcPlatformSDL2Wave;     ///< exists in desktop builds
+extern const KxcPlatformWave* kxcPlatformWave;        ///< the one to open; headless until the desktop starts
+
+/// The clock of the headless output, driven by hand: plays one hardware buffer, `done` included, on the calling thread.
+/// @param played  receives its samples; may be null  @return bytes; 0 while that output is not open
+INT32 kxcPlatformHeadlessWavePlay(void* played);
