@@ -93,6 +93,8 @@ public:
     virtual KxcName* getName() = 0;       ///< likewise
     virtual void setAddress(const KxcAddress& address) = 0;
     virtual void setName(const KxcName& name) = 0;
+    const KxcAddress* getAddress() const { return const_cast<KxcHostEntry*>(this)->getAddress(); }
+    const KxcName* getName() const { return const_cast<KxcHostEntry*>(this)->getName(); }
 
 protected:
     KxcHostEntry() = default;
@@ -103,10 +105,10 @@ class KXC_API KxcInetHostEntry : public KxcHostEntry
 {
 public:
     static KxcInetHostEntry* create(); ///< the caller deletes it; null when memory runs out
+    using KxcHostEntry::getAddress;
+    using KxcHostEntry::getName;
     KxcInetAddress* getAddress() override { return &address; }
-    const KxcInetAddress* getAddress() const { return &address; }
     KxcName* getName() override { return &name; }
-    const KxcName* getName() const { return &name; }
     void setAddress(const KxcAddress& newAddress) override; ///< an address of another kind changes nothing
     void setName(const KxcName& newName) override { name = newName; }
 

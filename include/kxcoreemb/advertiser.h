@@ -51,7 +51,7 @@ public:
     create(); ///< empty. All of these answer null when memory runs out; the caller deletes them
     static KxcInetAdvertiser* create(const char* message, INT32 length); ///< as received; null beyond 511 bytes
     static KxcInetAdvertiser* create(const KxcAddress& address, const char* message, INT32 length);
-    static KxcInetAdvertiser* create(KxcHostEntry& entry);
+    static KxcInetAdvertiser* create(const KxcHostEntry& entry);
     ~KxcInetAdvertiser() override;
     KxcInetAdvertiser(const KxcInetAdvertiser&) = delete;
     KxcInetAdvertiser& operator=(const KxcInetAdvertiser&) = delete;

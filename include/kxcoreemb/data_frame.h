@@ -134,5 +134,6 @@ private:
     INT32 capacity, usedLength;
     INT32 seqNum, priority, slot, packetStatus, recentStateId, locked;
     bool handedOut;                      // to the game, which has not released it yet
+    bool* releaseSignal;                 // the store's, set by unlock(); null outside of one
     KxcObjectDataFrame *previous, *next; // in the store's list
 };

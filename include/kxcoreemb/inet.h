@@ -8,6 +8,7 @@
 #include <kxcoreemb/communication.h>
 #include <kxcoreemb/data_frame.h>
 
+class KxcInetClientWin;
 class KxcUdpEngine;
 
 /// The priorities of KxcInetClientWin objects.
@@ -30,7 +31,9 @@ enum KXCCREATOR : INT32
 /// The service: a UDP socket, bound to a port while the service is open.
 ///
 /// Every run of the scheduler receives at most one datagram and sends at most one, to the peer that has waited longest
-/// and not before the pause is over that the connection speed asks for.
+/// and not before the pause is over that the connection speed asks for. The clients are KxcInetClientWin objects.
+///
+/// A callback may close the service or delete its client, but not delete the handler.
 class KXC_API KxcInetHandler : public KxcCommunicationHandler
 {
 public:
@@ -63,7 +66,7 @@ private:
     struct Step; // keeps a replaced engine alive until the call that may be using it has ended
 
     KxcClientInetCommWinPriHelp priorityHelp;
-    KxcClientCommWin** sendQueue; // owned: those to visit, as many as the table holds
+    KxcInetClientWin** sendQueue; // owned: those to visit, as many as the table holds
     INT32 sendQueueCapacity;
     INT32 packetIntervalMs, lastSentMs;
     KxcInetAddress localAddress;
@@ -113,7 +116,7 @@ private:
         gap,
         late
     };
-    Arrival classify(UINT16 sequence) const;
+    Arrival classify(const KxcObjectPacketBase& packet) const;
     void startResync(UINT16 sequence);
     INT32 createPayload(KxcObjectPacketBase& packet, UINT16 sequence);
     bool isAbove(UINT16 resyncBase) const;
@@ -136,6 +139,7 @@ private:
     // receiving
     UINT16 expected, lastReceived, lastAckSent, resyncBase;
     INT32 resyncRequest, lastReceivedMs, datagramsReceived, gaps;
-    bool firstAfterWrapIsDoubtful; // see startResync
+    bool firstAfterWrapIsDoubtful; // see startResync, like the next
+    UINT16 resyncProof;
     KxcInetHostResolver* resolver; // owned; null when created without a host
 };

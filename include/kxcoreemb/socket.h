@@ -62,6 +62,13 @@ public:
 protected:
     KxcSocket();
     INT32 handle; // the platform's; -1 when closed
+
+private:
+    friend class KxcStreamSocket;
+    friend class KxcStreamWorker;
+    INT32 backlog;     // of connections that wait to be accepted, as listen() noted it
+    bool backlogNoted; // listen() was called
+    bool requested;    // the stream worker may know this socket
 };
 
 /// A socket for datagrams.
@@ -109,9 +116,7 @@ public:
 
 private:
     friend class KxcStreamWorker;
-    KxcStreamSocket() : backlog(0), backlogNoted(false) {}
-    INT32 request(INT32 kind, INT32 listener, KxcAsyncCallBack* callback);
-
-    INT32 backlog;
-    bool backlogNoted;
+    KxcStreamSocket() = default;
+    static KxcStreamWorker* worker(); // the core's, which begins to work now; null without a core
+    INT32 stopWaiting();              // never waits from now on; 0 or -1
 };

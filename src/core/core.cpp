@@ -9,11 +9,13 @@
 #include "files/cfl_services.h"
 #include "gl/device.h"
 #include "math/math_tables.h"
+#include "net/stream_worker.h"
 #include "platform/platform.h"
 #include "surfaces/image_loaders.h"
 
 #include <kxcoreemb/cfl.h>
 #include <kxcoreemb/cfl_filter.h>
+#include <kxcoreemb/communication.h>
 #include <kxcoreemb/file.h>
 #include <kxcoreemb/gl.h>
 #include <kxcoreemb/host.h>
@@ -67,6 +69,15 @@ void endApplication()
     delete app;
     leaving = false;
     kxcCore->app = nullptr;
+}
+
+/// Ends the thread that calls a game's stream sockets back, before what it calls is gone.
+void endStreamWorker()
+{
+    if (!kxcCore)
+        return;
+    delete kxcCore->streamWorker;
+    kxcCore->streamWorker = nullptr;
 }
 
 } // namespace
@@ -138,6 +149,7 @@ void kxcCoreTearDown()
     if (!kxcCore)
         return;
     endApplication();
+    endStreamWorker();
     kxcGLFree();
     kxcInputFree();
     kxcCFLFiltersFree();
@@ -147,6 +159,7 @@ void kxcCoreTearDown()
     delete kxcCore->mathTables;
     kxcAudioFree();
     delete kxcCore->resources;
+    delete kxcCore->scheduler;
     delete kxcCore->primitiveDraw;
     delete kxcCore->primitiveTranslator;
     delete[] kxcCore->commandLine;
@@ -184,6 +197,7 @@ void KxcCore::quit()
     }
     if (kxcCoreDesktopTearDown)
         kxcCoreDesktopTearDown();
+    endStreamWorker();
     kxcPlatformSocketsStop();
     embeddedDeinit();
     kxcPlatformExit(0);

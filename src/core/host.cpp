@@ -6,6 +6,8 @@
 #include "gl/device.h"
 #include "platform/platform.h"
 
+#include <kxcoreemb/communication.h>
+
 void embeddedInit(int width, int height, long (*appInit)(void), void (*appPrefs)(KxcAppPrefs&), void*)
 {
     if (kxcCore)
@@ -23,6 +25,8 @@ short* embeddedFrame()
     KxcCore::getTick();
     if (kxcCore->app)
         kxcCore->app->onTick();
+    if (kxcCore->scheduler)
+        kxcCore->scheduler->runScheduler();
     if (KxcRenderer* renderer = kxcCore->renderer)
     {
         renderer->render();

@@ -106,7 +106,7 @@ INT32 kxcPlatformSocketWouldWait(); ///< 1 when the calling thread's last call f
 
 struct KxcPlatformSocketWatch
 {
-    INT32 socket;
+    INT32 socket;     ///< -1 is never ready
     INT32 forWriting; ///< 0: until there is something to read, or the end, or an error
     INT32 ready;      ///< filled in
 };

@@ -199,6 +199,8 @@ INT32 kxcPlatformSocketPeerAddress(INT32 socket, void* address)
     return 0;
 }
 
+INT32 kxcPlatformSocketWouldWait() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
+
 INT32 kxcPlatformSocketWait(KxcPlatformSocketWatch* watches, INT32 count, INT32 timeoutMs)
 {
     constexpr INT32 kMost = 64;
