@@ -60,11 +60,10 @@ public:
 
 private:
     friend struct KxcPrimitiveRaster;
-    struct Span;
 
     KxcPrimitiveDraw();
-    template <class Target, class Paint>
-    void blitSpans(UINT8* row, const Target& target, const Paint& paint);
+    template <class Blit>
+    void blitSpans(const Blit& blit);
 
     void blitSpan16(UINT8* row, INT32 y);
     void blitSpan16Alpha(UINT8* row, INT32 y);

@@ -4,7 +4,7 @@
 #include <kxcoreemb/fixed.h>
 #include <kxcoreemb/surface.h>
 
-struct KxcGradientMapping;
+struct KxcScaledTransform;
 
 /// Supplies the colour of every pixel of a shape. While a shape is drawn the rasteriser calls initFill(), fill() for
 /// each run of pixels, and deinitFill().
@@ -68,9 +68,10 @@ protected:
     virtual bool increaseStopNodeStorage();
     virtual void calculateGradientData();
     virtual void calculateGradientTransformation() = 0;
-    /// The way from pixels to the gradient's base frame, for calculateGradientTransformation().
-    KxcGradientMapping invertTransformation() const;
-    void setBase(const KxcMatrix3& base);
+    /// The way from pixels to the gradient's base frame. @return false when there is none
+    bool invertTransformation(KxcScaledTransform& inverse) const;
+    void setBase(const KxcVector2& origin, const KxcVector2& axis, const KxcVector2& across);
+    void lookUp(UINT32* colors, INT32 count) const; ///< turns positions of 24 fraction bits into colours
 
     Stop *m_stops, *m_freeStops;
     StopBlock* m_stopBlocks; ///< owned: the memory of all stops
@@ -96,7 +97,7 @@ protected:
     void calculateGradientTransformation() override;
 
 private:
-    INT64 m_origin = 0, m_stepX = 0, m_stepY = 0; // t with 24 fraction bits: at pixel (0, 0), and from pixel to pixel
+    INT64 m_origin = 0, m_stepX = 0, m_stepY = 0; // t with 24 fraction bits: in pixel (0, 0), and from pixel to pixel
 };
 
 /// Colours from a focus to a circle around it.
@@ -117,9 +118,12 @@ protected:
     void calculateGradientTransformation() override;
 
 private:
-    KxcVector2 m_focus = {0, 0};                                  // in the unit frame
-    INT64 m_originX = 0, m_originY = 0;                           // pixel (0, 0) in the unit frame, 24 fraction bits
-    INT64 m_stepXX = 0, m_stepXY = 0, m_stepYX = 0, m_stepYY = 0; // what a pixel to the right, a row down add to x, y
+    // Positions in the gradient's unit frame, with 24 fraction bits: of pixel (0, 0), and from pixel to pixel.
+    INT64 m_originX = 0, m_originY = 0;
+    INT64 m_stepXX = 0, m_stepXY = 0, m_stepYX = 0, m_stepYY = 0; // a pixel to the right adds (XX, XY)
+    KxcVector2 m_focus = {0, 0};  // from the centre, in units of the radius: less than 1 away
+    INT32 m_outside = 1 << 16;    // 1 - |focus|^2, 16.16
+    INT32 m_perOutside = 1 << 16; // its reciprocal
 };
 
 /// An image in a fixed place of the surface, neither scaled nor turned; what lies outside of it is transparent.
@@ -177,9 +181,10 @@ private:
     KxcRectangle m_tile = {0, 0, 0, 0};
     KxcMatrix3 m_transformation, m_patternTransformation;
     bool m_transformationDirty = true, m_patternDirty = true;
-    KxcGLSurface* m_pattern = nullptr;  // owned: the tile, reduced
-    INT32 m_reduceX = 1, m_reduceY = 1; // how many of the tile's pixels a pixel of it stands for
-    const UINT32* m_pixels = nullptr;   // while it is locked
-    INT64 m_originU = 0, m_originV = 0; // tile coordinates of pixel (0, 0), 16 fraction bits
+    KxcGLSurface* m_pattern = nullptr; // owned: the tile, reduced
+    INT32 m_width = 0, m_height = 0;   // what the tile is reduced to
+    const UINT32* m_pixels = nullptr;  // while it is locked
+    // Positions in it, with 32 fraction bits: of pixel (0, 0), and what a pixel to the right and a row down add.
+    INT64 m_originU = 0, m_originV = 0;
     INT64 m_stepUX = 0, m_stepUY = 0, m_stepVX = 0, m_stepVY = 0;
 };

@@ -96,7 +96,8 @@ public:
     const KxcVector2& getPoint(INT32 index) const { return m_points[index]; }
 
     /// Sets the grid coordinates of all points: those of the user times a matrix, or times a factor.
-    void calculateScaledValues(const KxcMatrix3& matrix);
+    /// @param gridShift  0..15: multiplies the result by 2^gridShift, 3 for eighths of pixels
+    void calculateScaledValues(const KxcMatrix3& matrix, INT32 gridShift = 0);
     void calculateScaledValues(KxcFixed factor);
     /// Of the points that the last calculateScaledValues() found; how many these are tells getScaledCount().
     const KxcPrimitivePoint& getScaledPoint(INT32 index) const { return m_scaled[index]; }

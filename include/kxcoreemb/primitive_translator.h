@@ -209,8 +209,7 @@ private:
     };
     typedef KxcPrimitiveArray<INT64> KxcPrimitiveTranslatorLengths; // 16.16, from the path's start to each edge's end
     typedef KxcPrimitiveArray<UINT8> KxcPrimitiveTranslatorFlags;   // EdgeFlag bits of each edge
-    struct Piece;                                                   // an edge on its way to be stroked
-    class Outline;                                                  // takes the stroke's corners
+    class Stroker;
     class Dasher;
 
     KxcPrimitiveTranslator();
@@ -222,25 +221,27 @@ private:
         return {m_current.x + m_current.x - m_lastControl.x, m_current.y + m_current.y - m_lastControl.y};
     }
     bool canDraw() const { return m_movePending || m_points->getCount() > 0; }
-    INT64 deviceLength(const KxcVector2& from, const KxcVector2& to) const;
-    INT32 curveSegments(INT64 deviceLength, INT32 least, INT32 most) const;
-    INT64 rowLength(INT32 row) const;
+    INT64 deviceLength(const KxcVector2& from, const KxcVector2& to) const; // 16.16, in pixels
+    INT32 curveSegments(INT64 length, INT32 least, INT32 most) const;
+    INT64 rowLength(INT32 row) const; // of the transformation, 16.16
+    INT32 gridShift() const { return m_antialiasing ? 3 : 0; }
 
     void setPaint(Paint& paint, INT32 mode, KxcPrimitiveDrawFiller* filler);
-    void applyPaint(const Paint& paint, INT32 opacity);
+    bool setClipping(INT32 width, INT32 height);
+    bool applyPaint(const Paint& paint, INT32 opacity);
     void calculatePerceivedValues();
-    INT32 calculateFilling();
-    void drawFill(const KxcMatrix3& device);
-    void drawStroke(const KxcMatrix3& device);
-    void render(INT32 rule);
+    void calculateFilling();
+    void render(INT32 rule, UINT8* pixels, INT32 pitch);
 
     void calculateStroking();
     void calculateEdgeLengths();
     bool createDash(KxcPrimitiveDrawPointSet* points, KxcPrimitiveDrawLineSet* lines,
                     KxcPrimitiveTranslatorLengths* lengths, KxcPrimitiveTranslatorFlags* flags);
-    void strokeSubpath(const Piece* pieces, INT32 count, bool closed);
+    void strokeEdges(const KxcPrimitiveDrawPointSet& points, const KxcPrimitiveDrawLineSet& lines,
+                     const KxcPrimitiveTranslatorFlags& flags);
     void createRoundingCircle();
     void addRoundingCircle(const KxcVector2& point);
+    void addPolygonCircle(const KxcVector2& point);
     void resetCircleArray(INT32 count);
     void deleteCircleArray();
 
@@ -271,18 +272,14 @@ private:
     bool m_movePending;
     KxcVector2 m_current, m_lastControl, m_subpathStart;
     INT32 m_firstPoint, m_firstEdge; // of the subpath
-    INT32 m_subpaths;
-    INT32 m_lineCountAtEnd;
 
     bool m_circleDirty, m_perceivedDirty;
-    KxcPrimitiveDrawIndexedPrimitive *m_leftHalf, *m_rightHalf; // owned: a disc of half the stroke's width
+    KxcPrimitiveDrawIndexedPrimitive *m_leftHalf, *m_rightHalf; // owned: a disc of half the stroke's width, or null
     INT32 m_circleRadius;                                       // of it, in the grid
+    bool m_circleIsRound;                                       // on the surface; else it is built like the stroke
     KxcPrimitiveDrawIndexedPrimitive* m_circles;                // owned: the instances that are placed
     INT32 m_circleCapacity, m_circleCount;
     bool m_antialiasing;
-
-    UINT8* m_pixels; // of the target, while it is locked
-    INT32 m_pitch;
 };
 
 /// Makes the rasteriser and the translator that KxcCore::getPrimitiveDraw() and getPrimitiveTranslator() answer, anew

@@ -24,19 +24,22 @@ KxcPrimitiveDrawPointSet* KxcPrimitiveDrawPointSet::create(INT32 capacity)
     return withRoom(set, set && set->m_points.reserve(capacity) && set->m_scaled.reserve(capacity));
 }
 
-void KxcPrimitiveDrawPointSet::calculateScaledValues(const KxcMatrix3& matrix)
+void KxcPrimitiveDrawPointSet::calculateScaledValues(const KxcMatrix3& matrix, INT32 gridShift)
 {
     m_scaled.clear();
     const INT32 count = m_points.count();
     if (!m_scaled.reserve(count))
         return;
+    const INT32 shift = 16 - gridShift;
     const INT64 xx = matrix.m[0][0].raw(), xy = matrix.m[0][1].raw(), yx = matrix.m[1][0].raw(),
-                yy = matrix.m[1][1].raw(), tx = matrix.m[2][0].raw(), ty = matrix.m[2][1].raw();
+                yy = matrix.m[1][1].raw(), tx = matrix.m[2][0].raw() * (INT64(1) << gridShift),
+                ty = matrix.m[2][1].raw() * (INT64(1) << gridShift);
     for (INT32 i = 0; i < count; ++i)
     {
-        // Each product fits 63 bits, and so does their sum once it is shifted.
+        // Each product fits 63 bits, and so does the sum of their halves.
         const INT64 x = m_points[i].x.raw(), y = m_points[i].y.raw();
-        m_scaled.add({(x * xx >> 16) + (y * yx >> 16) + tx, (x * xy >> 16) + (y * yy >> 16) + ty});
+        m_scaled.add({(((x * xx >> 1) + (y * yx >> 1)) >> (shift - 1)) + tx,
+                      (((x * xy >> 1) + (y * yy >> 1)) >> (shift - 1)) + ty});
     }
 }
 
@@ -86,6 +89,7 @@ KxcPrimitiveDrawIndexedPrimitive* KxcPrimitiveDrawIndexedPrimitive::createHalfCi
     half->m_slope = slope.raw();
     half->m_direction = direction < 0 ? -1 : 1;
 
+    const INT64 sloped = static_cast<INT64>(slope.raw()) * (first - top); // by the rows that were left out
     const auto setRow = [&](INT32 distance, INT32 halfWidth)
     {
         const INT64 row = static_cast<INT64>(y) + distance;
@@ -94,7 +98,7 @@ KxcPrimitiveDrawIndexedPrimitive* KxcPrimitiveDrawIndexedPrimitive::createHalfCi
         // The pixels from -halfWidth to halfWidth: the right boundary is the one behind the last.
         const INT32 side = direction < 0 ? halfWidth + 1 : -halfWidth;
         table[row - first] =
-            static_cast<INT32>(static_cast<INT64>(side) * 65536 + static_cast<INT64>(shear.raw()) * distance);
+            static_cast<INT32>(static_cast<INT64>(side) * 65536 + static_cast<INT64>(shear.raw()) * distance + sloped);
     };
     // The midpoint circle: one octant gives the half width of the row `minor` above and below the middle, and, where
     // `major` is about to change, that of the rows `major` above and below.

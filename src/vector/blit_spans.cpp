@@ -1,0 +1,263 @@
+// blit_spans.cpp - writes the spans of a row into pixels: a policy for each kind of target and paint.
+//
+// A policy has pixel(), for a pixel of a given coverage, and run(), for pixels of equal coverage, which are most: those
+// go to the loops of surfaces/pixel_kernels.h. Coverage is 1..255.
+
+#include <kxcoreemb/primitive_draw.h>
+
+#include "surfaces/pixel_blend.h"
+#include "surfaces/pixel_kernels.h"
+#include "vector/row.h"
+#include "vector/span_kernels.h"
+
+namespace
+{
+
+/// Runs up to here are quicker written than handed on.
+constexpr INT32 kShortRun = 8;
+
+/// A coverage of 0..255 as 0..32, times an opacity of 0..32.
+template <bool kOpaque>
+UINT32 weight16(UINT32 coverage, UINT32 opacity5)
+{
+    const UINT32 weight = (coverage + 4) >> 3;
+    return kOpaque ? weight : weight * opacity5 >> 5;
+}
+
+template <class Pixel>
+void fillRun(Pixel* pixels, INT32 count, UINT32 color)
+{
+    if (count <= kShortRun)
+    {
+        for (INT32 i = 0; i < count; ++i)
+            pixels[i] = static_cast<Pixel>(color);
+        return;
+    }
+    const auto size = sizeof(Pixel) == 2 ? KxcPixelKernels::k16 : KxcPixelKernels::k32;
+    kxcPixelKernels().fill[size]({pixels, 0, nullptr, 0, count, 1, color, 0, nullptr, 0});
+}
+
+/// 55X5, and 565 as if it were that.
+template <bool kOpaque>
+struct Blit16
+{
+    UINT16* row;
+    UINT32 color, opacity5;
+
+    void pixel(INT32 x, UINT32 coverage) const { mix(row[x], weight16<kOpaque>(coverage, opacity5)); }
+    void run(INT32 x, INT32 end, UINT32 coverage) const
+    {
+        const UINT32 weight = weight16<kOpaque>(coverage, opacity5);
+        if (weight == 32)
+            fillRun(row + x, end - x, color);
+        else if (end - x <= kShortRun)
+            for (; x < end; ++x)
+                mix(row[x], weight);
+        else
+            kxcPixelKernels().blendColorRun55X5[KxcPixelKernels::kAlphaRun](color, row + x, weight, end - x);
+    }
+
+private:
+    void mix(UINT16& pixel, UINT32 weight) const
+    {
+        if (weight == 32)
+            pixel = static_cast<UINT16>(color);
+        else if (weight != 0)
+            pixel = static_cast<UINT16>(BlendAlpha55X5::pixel(color, pixel, weight));
+    }
+};
+
+/// The same in a filler's colours, which have an alpha of their own.
+struct Blit16Filled
+{
+    UINT16* row;
+    const UINT32* colors;
+    UINT32 opacity5;
+
+    void pixel(INT32 x, UINT32 coverage) const { mix(x, weight16<false>(coverage, opacity5)); }
+    void run(INT32 x, INT32 end, UINT32 coverage) const
+    {
+        const UINT32 weight = weight16<false>(coverage, opacity5);
+        for (; x < end; ++x)
+            mix(x, weight);
+    }
+
+private:
+    void mix(INT32 x, UINT32 weight) const
+    {
+        const UINT32 color = colors[x], alpha = (color >> 24) + 4;
+        const UINT32 cover = weight * ((alpha * 32 + (alpha >> 3)) >> 8) >> 5; // 0..32, as opacities become
+        const UINT32 source = convertPixel<KXCSURFACEFORMAT_X888, KXCSURFACEFORMAT_55X5>(color);
+        if (cover == 32)
+            row[x] = static_cast<UINT16>(source);
+        else if (weight != 0) // premultiplied: the colour counts by the weight alone
+            row[x] = static_cast<UINT16>(
+                packSpread55X5((spread55X5(row[x]) * (32 - cover) + spread55X5(source) * weight) >> 5));
+    }
+};
+
+/// X888 and PREMUL8888: an opaque colour's alpha is a channel like the others, and X888 takes no notice of it.
+struct Blit32
+{
+    UINT32* row;
+    UINT32 color, opacity;
+
+    void pixel(INT32 x, UINT32 coverage) const
+    {
+        const UINT32 weight = divide255(coverage * opacity);
+        if (weight == 255)
+            row[x] = color;
+        else if (weight != 0)
+            row[x] = addChannels(scaleChannels(row[x], 255 - weight), scaleChannels(color, weight));
+    }
+    void run(INT32 x, INT32 end, UINT32 coverage) const
+    {
+        const UINT32 weight = divide255(coverage * opacity);
+        if (weight == 255)
+            fillRun(row + x, end - x, color);
+        else if (weight != 0)
+            kxcSpanKernels().mix32(row + x, end - x, scaleChannels(color, weight), 255 - weight);
+    }
+};
+
+template <bool kOpaqueTarget>
+struct Blit32Filled
+{
+    UINT32* row;
+    UINT32* colors;
+    UINT32 opacity;
+
+    void pixel(INT32 x, UINT32 coverage) const
+    {
+        row[x] = BlendAlpha8888<kOpaqueTarget>::pixel(colors[x], row[x], divide255(coverage * opacity));
+    }
+    void run(INT32 x, INT32 end, UINT32 coverage) const
+    {
+        const UINT32 weight = divide255(coverage * opacity);
+        const KxcPixelKernels& kernels = kxcPixelKernels();
+        const auto& blend = kOpaqueTarget ? kernels.blendRunX888 : kernels.blendRunPremul8888;
+        blend[weight == 255 ? 0 : 1](colors + x, row + x, weight, end - x); // none copies what is opaque
+    }
+};
+
+/// Any other format, by way of PREMUL8888.
+struct BlitGeneric
+{
+    UINT8* row;
+    const UINT32* colors; // or null: `color` everywhere
+    UINT32 color, opacity;
+    UINT32 bytesPerPixel;
+    KxcPixelConverter::ConversionFunction toPremul, fromPremul;
+
+    void pixel(INT32 x, UINT32 coverage) const { mix(x, divide255(coverage * opacity)); }
+    void run(INT32 x, INT32 end, UINT32 coverage) const
+    {
+        for (const UINT32 weight = divide255(coverage * opacity); x < end; ++x)
+            mix(x, weight);
+    }
+
+private:
+    void mix(INT32 x, UINT32 weight) const
+    {
+        const UINT32 source = colors ? colors[x] : color;
+        const auto blended = [=](UINT32 pixel)
+        { return fromPremul(BlendAlpha8888<false>::pixel(source, toPremul(pixel), weight)); };
+        if (weight == 0)
+            return;
+        if (bytesPerPixel == 2)
+        {
+            UINT16& pixel = reinterpret_cast<UINT16*>(row)[x];
+            pixel = static_cast<UINT16>(blended(pixel));
+        }
+        else
+        {
+            UINT32& pixel = reinterpret_cast<UINT32*>(row)[x];
+            pixel = blended(pixel);
+        }
+    }
+};
+
+BlitGeneric makeGeneric(UINT8* row, INT32 format, const UINT32* colors, UINT32 color, UINT32 opacity)
+{
+    return {row,
+            colors,
+            color,
+            opacity,
+            kxcSurfaceFormats[format].bytesPerPixel,
+            KxcPixelConverter::getConversionFunction(format, KXCSURFACEFORMAT_PREMUL8888),
+            KxcPixelConverter::getConversionFunction(KXCSURFACEFORMAT_PREMUL8888, format)};
+}
+
+UINT16* as16(UINT8* row) { return reinterpret_cast<UINT16*>(row); }
+UINT32* as32(UINT8* row) { return reinterpret_cast<UINT32*>(row); }
+
+} // namespace
+
+template <class Blit>
+void KxcPrimitiveDraw::blitSpans(const Blit& blit)
+{
+    const KxcPrimitiveSpan* span = m_row->spans.items();
+    const KxcPrimitiveSpan* const last = span + m_row->spans.count() - 1;
+    const UINT8* const coverage = m_row->loRes;
+    for (; span <= last; ++span)
+    {
+        for (INT32 x = span->start; x < span->end; ++x)
+            if (coverage[x] != 0)
+                blit.pixel(x, coverage[x]);
+        if (span->interior != 0 && span != last && span->end < span[1].start)
+            blit.run(span->end, span[1].start, static_cast<UINT32>(span->interior));
+    }
+}
+
+void KxcPrimitiveDraw::blitSpan16(UINT8* row, INT32) { blitSpans(Blit16<true>{as16(row), m_color16, 32}); }
+void KxcPrimitiveDraw::blitSpan16Alpha(UINT8* row, INT32)
+{
+    blitSpans(Blit16<false>{as16(row), m_color16, m_opacity5});
+}
+void KxcPrimitiveDraw::blitSpan16Filled(UINT8* row, INT32)
+{
+    blitSpans(Blit16Filled{as16(row), m_row->colors, m_opacity5});
+}
+void KxcPrimitiveDraw::blitSpan32Alpha(UINT8* row, INT32) { blitSpans(Blit32{as32(row), m_color, m_opacity}); }
+void KxcPrimitiveDraw::blitSpan32Filled(UINT8* row, INT32)
+{
+    blitSpans(Blit32Filled<true>{as32(row), m_row->colors, m_opacity});
+}
+void KxcPrimitiveDraw::blitSpan32ARGBAlpha(UINT8* row, INT32) { blitSpans(Blit32{as32(row), m_color, m_opacity}); }
+void KxcPrimitiveDraw::blitSpan32ARGBFilled(UINT8* row, INT32)
+{
+    blitSpans(Blit32Filled<false>{as32(row), m_row->colors, m_opacity});
+}
+void KxcPrimitiveDraw::blitSpanGenericAlpha(UINT8* row, INT32)
+{
+    blitSpans(makeGeneric(row, m_format, nullptr, m_color, m_opacity));
+}
+void KxcPrimitiveDraw::blitSpanGenericFilled(UINT8* row, INT32)
+{
+    blitSpans(makeGeneric(row, m_format, m_row->colors, 0, m_opacity));
+}
+
+KxcPrimitiveDraw::BlitFunction KxcPrimitiveDraw::getBlitFunction(INT32 format) const
+{
+    const bool filled = m_filler != nullptr;
+    if (m_opacity == 0)
+        return nullptr;
+    switch (format)
+    {
+    case KXCSURFACEFORMAT_565:
+    case KXCSURFACEFORMAT_55X5:
+        if (m_opacity5 == 0)
+            return nullptr;
+        return filled             ? &KxcPrimitiveDraw::blitSpan16Filled
+               : m_opacity5 == 32 ? &KxcPrimitiveDraw::blitSpan16
+                                  : &KxcPrimitiveDraw::blitSpan16Alpha;
+    case KXCSURFACEFORMAT_X888:
+        return filled ? &KxcPrimitiveDraw::blitSpan32Filled : &KxcPrimitiveDraw::blitSpan32Alpha;
+    case KXCSURFACEFORMAT_PREMUL8888:
+        return filled ? &KxcPrimitiveDraw::blitSpan32ARGBFilled : &KxcPrimitiveDraw::blitSpan32ARGBAlpha;
+    default:
+        if (!KxcPixelConverter::getConversionFunction(format, KXCSURFACEFORMAT_PREMUL8888))
+            return nullptr; // paletted, or no format at all
+        return filled ? &KxcPrimitiveDraw::blitSpanGenericFilled : &KxcPrimitiveDraw::blitSpanGenericAlpha;
+    }
+}

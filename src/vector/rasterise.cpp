@@ -1,0 +1,513 @@
+// rasterise.cpp - from chains of edges to the spans of each row.
+//
+// For every row of pixels: the chains that start there enter the active edge table; each finds its columns in the row's
+// eight sample rows (stepChain); the table is sorted; by the fill rule, crossings become bits (toggle); runs of touched
+// pixels become spans (spansFromAET), their bits coverage (convertSpan); a blitter writes them. Rows that only upright
+// edges cross look all alike, and are written again without looking at the edges.
+//
+// Non-zero winding is counted once for all eight rows as long as the chains neither cross nor end among them, which is
+// the rule; only where they do each row is counted for itself (sweepRows).
+
+#include <kxcoreemb/primitive_draw.h>
+
+#include "vector/row.h"
+
+#include <algorithm>
+#include <array>
+
+/// What the rasteriser's insides see of it.
+struct KxcPrimitiveRaster
+{
+    class RowWriter;
+    template <INT32 kSampleRows, bool kNonZero>
+    static void render(KxcPrimitiveDraw& draw, UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format);
+};
+
+/// Writes rows to the surface.
+class KxcPrimitiveRaster::RowWriter
+{
+public:
+    RowWriter(KxcPrimitiveDraw& draw, KxcPrimitiveDraw::BlitFunction blit, UINT8* pixels, ptrdiff_t pitch)
+        : m_draw(draw),
+          m_blit(blit),
+          m_pixels(pixels),
+          m_pitch(pitch)
+    {
+    }
+    void write(INT32 y)
+    {
+        if (m_draw.m_filler)
+            fillSpan(y);
+        (m_draw.*m_blit)(m_pixels + y * m_pitch, y);
+    }
+
+private:
+    /// Asks the filler for the colours of the spans, and of what is covered between them.
+    void fillSpan(INT32 y)
+    {
+        const KxcPrimitiveRow& row = *m_draw.m_row;
+        for (INT32 i = 0; i < row.spans.count(); ++i)
+        {
+            const KxcPrimitiveSpan& span = row.spans[i];
+            if (span.start < span.end)
+                m_draw.m_filler->fill(span.start, span.end, y, row.colors);
+            if (span.interior != 0 && i + 1 < row.spans.count() && span.end < row.spans[i + 1].start)
+                m_draw.m_filler->fill(span.end, row.spans[i + 1].start, y, row.colors);
+        }
+    }
+
+    KxcPrimitiveDraw& m_draw;
+    const KxcPrimitiveDraw::BlitFunction m_blit;
+    UINT8* const m_pixels;
+    const ptrdiff_t m_pitch;
+};
+
+namespace
+{
+
+constexpr INT32 kRows = KxcEdgeChain::kRows;
+constexpr UINT32 kAllRows = (1 << kRows) - 1;
+
+/// How much each of the eight samples of a column counts: table j for column j and column 7 - j.
+constexpr UINT8 kWeights[4][8] = {
+    {0, 0, 1, 3, 3, 1, 0, 0}, {0, 3, 4, 6, 6, 4, 3, 0}, {1, 4, 7, 8, 8, 7, 4, 1}, {3, 6, 8, 9, 9, 8, 6, 3}};
+
+/// The weights of the set bits of a column, for all 256 of its patterns; together 252 for a full pixel.
+struct BitCounter
+{
+    std::array<UINT8, 256> sum[4];
+    std::array<UINT8, 256> columns; // the pattern in all eight columns, 255 when full
+};
+constexpr BitCounter initBitCounter()
+{
+    BitCounter counter = {};
+    for (UINT32 bits = 0; bits < 256; ++bits)
+    {
+        UINT32 all = 0;
+        for (UINT32 j = 0; j < 4; ++j)
+        {
+            UINT32 sum = 0;
+            for (UINT32 k = 0; k < 8; ++k)
+                sum += bits >> k & 1 ? kWeights[j][k] : 0;
+            counter.sum[j][bits] = static_cast<UINT8>(sum);
+            all += 2 * sum;
+        }
+        counter.columns[bits] = bits == 255 ? 255 : static_cast<UINT8>(all);
+    }
+    return counter;
+}
+constexpr BitCounter kBitCounter = initBitCounter();
+
+/// One picture in work.
+template <INT32 kSampleRows> // of the grid in a row of pixels: 8 with anti-aliasing, or 1
+class Picture
+{
+public:
+    Picture(KxcPrimitiveRow& row, KxcPrimitiveDrawEdgeSet& edges, INT32 x1, INT32 x2)
+        : m_row(row),
+          m_edges(edges),
+          m_left(x1),
+          m_right(x2 + 1),
+          m_pixels(x2 / kSampleRows + 1)
+    {
+    }
+
+    void addScanlines(INT32 height);
+    void insertToAET(INT32 y);
+    bool empty() const { return m_row.active.count() == 0; }
+    /// Finds the row's crossings, and sorts the table by them.
+    void stepEdges(INT32 y);
+    template <bool kNonZero>
+    void spansFromAET();
+    /// The row behind the last that looks like this one.
+    INT32 endOfLikeRows(INT32 y) const;
+    void removeEnded(INT32 y);
+
+private:
+    void startEdge(KxcEdgeChain& chain, INT32 index) const
+    {
+        const KxcLineEdge& edge = m_edges.edge(index);
+        chain.edge = index;
+        chain.x = edge.x;
+        chain.step = edge.step;
+        chain.edgeEnd = edge.endRow;
+    }
+    INT32 clampColumn(INT64 column) const
+    {
+        return static_cast<INT32>(column < m_left ? m_left : column > m_right ? m_right : column);
+    }
+    void stepChain(KxcEdgeChain& chain, INT32 firstRow) const;
+    void sortAET();
+    void toggle(const KxcEdgeChain& chain, UINT32 rows);
+    void windingToToggles();
+    void sweepRows(KxcEdgeChain** first, INT32 count, INT32* winding);
+    template <bool kNonZero>
+    void runsFromAET();
+    void convertSpan(KxcPrimitiveSpan& span, UINT32& inside);
+
+    KxcPrimitiveRow& m_row;
+    KxcPrimitiveDrawEdgeSet& m_edges;
+    const INT32 m_left, m_right; // columns that crossings are clamped to
+    const INT32 m_pixels;        // behind the last that is drawn
+};
+
+/// Sorts the chains into the buckets of the rows that they start in.
+template <INT32 kSampleRows>
+void Picture<kSampleRows>::addScanlines(INT32 height)
+{
+    KxcPrimitiveArray<KxcEdgeChain>& chains = m_edges.chains();
+    for (INT32 i = chains.count() - 1; i >= 0; --i)
+    {
+        KxcEdgeChain& chain = chains[i];
+        const INT32 y = chain.row / kSampleRows;
+        if (y >= height)
+            continue;
+        chain.next = m_row.heads[y];
+        m_row.heads[y] = &chain;
+    }
+}
+
+template <INT32 kSampleRows>
+void Picture<kSampleRows>::insertToAET(INT32 y)
+{
+    for (KxcEdgeChain* chain = m_row.heads[y]; chain; chain = chain->next)
+        if (m_row.active.add(chain))
+        {
+            if (!chain->indexed)
+                startEdge(*chain, chain->edge);
+        }
+    m_row.heads[y] = nullptr;
+}
+
+template <INT32 kSampleRows>
+void Picture<kSampleRows>::stepChain(KxcEdgeChain& chain, INT32 firstRow) const
+{
+    const INT32 begin = chain.row > firstRow ? chain.row - firstRow : 0;
+    const INT32 end = chain.endRow - firstRow < kSampleRows ? chain.endRow - firstRow : kSampleRows;
+    if (begin == 0 && chain.edgeEnd - firstRow >= kSampleRows && !chain.indexed)
+    {
+        // One edge crosses all rows: its first and last column are its extremes.
+        INT64 x = chain.x;
+        const INT64 step = chain.step;
+        for (INT32 k = 0; k < kSampleRows; ++k, x += step)
+            chain.columns[k] = static_cast<INT32>(x >> 32);
+        chain.x = x;
+        chain.mask = (1 << kSampleRows) - 1;
+        const INT32 first = chain.columns[0], last = chain.columns[kSampleRows - 1];
+        chain.min = first < last ? first : last;
+        chain.max = first < last ? last : first;
+        if (chain.min < m_left || chain.max > m_right)
+        {
+            for (INT32 k = 0; k < kSampleRows; ++k)
+                chain.columns[k] = clampColumn(chain.columns[k]);
+            chain.min = clampColumn(chain.min);
+            chain.max = clampColumn(chain.max);
+        }
+    }
+    else
+    {
+        chain.min = INT32_MAX;
+        chain.max = INT32_MIN;
+        chain.mask = ((1u << (end - begin)) - 1) << begin;
+        for (INT32 k = begin; k < end; ++k)
+        {
+            if (chain.indexed)
+                chain.columns[k] =
+                    clampColumn(chain.indexed->getColumn(firstRow + k - chain.row + chain.skippedRows) >> 16);
+            else
+            {
+                if (firstRow + k >= chain.edgeEnd)
+                    startEdge(chain, chain.edge < chain.lastEdge ? chain.edge + 1 : chain.edge - 1);
+                chain.columns[k] = clampColumn(chain.x >> 32);
+                chain.x += chain.step;
+            }
+            chain.min = std::min(chain.min, chain.columns[k]);
+            chain.max = std::max(chain.max, chain.columns[k]);
+        }
+    }
+    if (!chain.indexed && chain.edgeEnd <= firstRow + kSampleRows && chain.edge != chain.lastEdge)
+        startEdge(chain, chain.edge < chain.lastEdge ? chain.edge + 1 : chain.edge - 1);
+}
+
+template <INT32 kSampleRows>
+void Picture<kSampleRows>::stepEdges(INT32 y)
+{
+    for (INT32 i = 0; i < m_row.active.count(); ++i)
+        stepChain(*m_row.active[i], y * kSampleRows);
+    sortAET();
+}
+
+/// Chains change places seldom: each moves to where it belongs among those before it. Where there is much to move, a
+/// sort that does not mind takes over.
+template <INT32 kSampleRows>
+void Picture<kSampleRows>::sortAET()
+{
+    KxcEdgeChain** const active = m_row.active.items();
+    const INT32 count = m_row.active.count();
+    INT32 moves = 0;
+    for (INT32 i = 1; i < count; ++i)
+    {
+        KxcEdgeChain* const chain = active[i];
+        INT32 place = i;
+        for (; place > 0 && active[place - 1]->min > chain->min; --place)
+            active[place] = active[place - 1];
+        active[place] = chain;
+        moves += i - place;
+        if (moves > 64 + 8 * count)
+        {
+            std::sort(active, active + count,
+                      [](const KxcEdgeChain* a, const KxcEdgeChain* b) { return a->min < b->min; });
+            return;
+        }
+    }
+}
+
+template <INT32 kSampleRows>
+void Picture<kSampleRows>::toggle(const KxcEdgeChain& chain, UINT32 rows)
+{
+    const auto bit = [&](INT32 k) { return UINT64(1) << ((chain.columns[k] & 7) * 8 + k); };
+    if (rows != kAllRows)
+    {
+        for (INT32 k = 0; k < kRows; ++k)
+            if (rows >> k & 1)
+                m_row.hiRes[chain.columns[k] >> 3] ^= bit(k);
+    }
+    else if (chain.min >> 3 == chain.max >> 3)
+    {
+        UINT64 bits = 0; // the same word eight times would wait for itself
+        for (INT32 k = 0; k < kRows; ++k)
+            bits ^= bit(k);
+        m_row.hiRes[chain.min >> 3] ^= bits;
+    }
+    else
+        for (INT32 k = 0; k < kRows; ++k)
+            m_row.hiRes[chain.columns[k] >> 3] ^= bit(k);
+}
+
+/// Crossings where the winding changes between 0 and another number.
+template <INT32 kSampleRows>
+void Picture<kSampleRows>::windingToToggles()
+{
+    KxcEdgeChain** const active = m_row.active.items();
+    const INT32 count = m_row.active.count();
+    INT32 winding[kRows] = {};
+    bool uniform = true; // all rows have winding[0]
+    for (INT32 i = 0; i < count;)
+    {
+        // Chains whose columns overlap may cross each other.
+        INT32 end = i + 1, reach = active[i]->max;
+        for (; end < count && active[end]->min <= reach; ++end)
+            reach = std::max(reach, active[end]->max);
+        if (end == i + 1 && uniform && active[i]->mask == kAllRows)
+        {
+            const INT32 next = winding[0] + active[i]->winding;
+            if ((winding[0] == 0) != (next == 0))
+                toggle(*active[i], kAllRows);
+            winding[0] = next;
+        }
+        else
+        {
+            if (uniform)
+                std::fill(winding + 1, winding + kRows, winding[0]);
+            sweepRows(active + i, end - i, winding);
+            uniform = std::all_of(winding + 1, winding + kRows, [&](INT32 w) { return w == winding[0]; });
+        }
+        i = end;
+    }
+}
+
+/// The same for some chains, row by row.
+template <INT32 kSampleRows>
+void Picture<kSampleRows>::sweepRows(KxcEdgeChain** first, INT32 count, INT32* winding)
+{
+    const auto pass = [&](const KxcEdgeChain& chain, INT32 k)
+    {
+        const INT32 next = winding[k] + chain.winding;
+        if ((winding[k] == 0) != (next == 0))
+            m_row.hiRes[chain.columns[k] >> 3] ^= UINT64(1) << ((chain.columns[k] & 7) * 8 + k);
+        winding[k] = next;
+    };
+    for (INT32 k = 0; k < kRows; ++k)
+    {
+        const auto before = [k](const KxcEdgeChain* a, const KxcEdgeChain* b) { return a->columns[k] < b->columns[k]; };
+        // Those that cross this row, in its order. The next row's is much the same.
+        KxcEdgeChain** const end = std::partition(
+            first, first + count, [k](const KxcEdgeChain* chain) { return (chain->mask >> k & 1) != 0; });
+        if (end - first > 16)
+            std::sort(first, end, before);
+        else
+            for (KxcEdgeChain** i = first + (end > first); i < end; ++i)
+                for (KxcEdgeChain** place = i; place > first && before(place[0], place[-1]); --place)
+                    std::swap(place[0], place[-1]);
+        for (KxcEdgeChain** chain = first; chain < end; ++chain)
+            pass(**chain, k);
+    }
+}
+
+/// Without samples: runs of covered pixels, as spans of no pixels with covered ones between them.
+template <INT32 kSampleRows>
+template <bool kNonZero>
+void Picture<kSampleRows>::runsFromAET()
+{
+    INT32 winding = 0;
+    for (INT32 i = 0; i + 1 < m_row.active.count(); ++i)
+    {
+        const KxcEdgeChain& chain = *m_row.active[i];
+        winding = kNonZero ? winding + chain.winding : !winding;
+        const INT32 end = std::min(m_row.active[i + 1]->min, m_pixels);
+        if (winding == 0 || chain.min >= end)
+            continue;
+        m_row.spans.add({chain.min, chain.min, 255});
+        m_row.spans.add({end, end, 0});
+    }
+}
+
+template <INT32 kSampleRows>
+template <bool kNonZero>
+void Picture<kSampleRows>::spansFromAET()
+{
+    KxcPrimitiveArray<KxcPrimitiveSpan>& spans = m_row.spans;
+    spans.clear();
+    if constexpr (kSampleRows == 1)
+        return runsFromAET<kNonZero>();
+
+    // The pixels that edges touch; spans that overlap or touch are one.
+    for (INT32 i = 0; i < m_row.active.count(); ++i)
+    {
+        const INT32 start = m_row.active[i]->min >> 3, end = (m_row.active[i]->max >> 3) + 1;
+        if (spans.count() == 0 || start > spans.last().end)
+            spans.add({start, end, 0});
+        else
+            spans.last().end = std::max(spans.last().end, end);
+    }
+    if constexpr (kNonZero)
+        windingToToggles();
+    else
+        for (INT32 i = 0; i < m_row.active.count(); ++i)
+            toggle(*m_row.active[i], m_row.active[i]->mask);
+    UINT32 inside = 0;
+    for (INT32 i = 0; i < spans.count(); ++i)
+        convertSpan(spans[i], inside);
+}
+
+/// Turns the bits into coverage. `inside` tells for each of the eight rows whether the shape covers the column before.
+template <INT32 kSampleRows>
+void Picture<kSampleRows>::convertSpan(KxcPrimitiveSpan& span, UINT32& inside)
+{
+    for (INT32 x = span.start; x < span.end; ++x)
+    {
+        UINT64 bits = m_row.hiRes[x];
+        m_row.hiRes[x] = 0;
+        // Column by column, what lies between a crossing and the next: all eight at once.
+        bits ^= bits << 8;
+        bits ^= bits << 16;
+        bits ^= bits << 32;
+        bits ^= inside * 0x0101010101010101ull;
+        inside = static_cast<UINT32>(bits >> 56);
+        const auto column = [bits](INT32 j) { return static_cast<UINT8>(bits >> (8 * j)); };
+        const auto& sum = kBitCounter.sum;
+        m_row.loRes[x] =
+            static_cast<UINT8>(sum[0][column(0)] + sum[1][column(1)] + sum[2][column(2)] + sum[3][column(3)] +
+                               sum[3][column(4)] + sum[2][column(5)] + sum[1][column(6)] + sum[0][column(7)]);
+    }
+    span.interior = kBitCounter.columns[inside];
+    // Crossings behind the last column have closed the shape there.
+    span.start = std::min(span.start, m_pixels);
+    span.end = std::min(span.end, m_pixels);
+}
+
+template <INT32 kSampleRows>
+INT32 Picture<kSampleRows>::endOfLikeRows(INT32 y) const
+{
+    INT32 end = INT32_MAX;
+    for (INT32 i = 0; i < m_row.active.count(); ++i)
+    {
+        const KxcEdgeChain& chain = *m_row.active[i];
+        if (chain.indexed || chain.step != 0 || chain.min != chain.max ||
+            chain.columns[0] != clampColumn(chain.x >> 32) || chain.mask != (1u << kSampleRows) - 1)
+            return y + 1;
+        end = std::min(end, chain.edgeEnd / kSampleRows);
+    }
+    return std::max(end, y + 1);
+}
+
+template <INT32 kSampleRows>
+void Picture<kSampleRows>::removeEnded(INT32 y)
+{
+    KxcPrimitiveArray<KxcEdgeChain*>& active = m_row.active;
+    INT32 kept = 0;
+    for (INT32 i = 0; i < active.count(); ++i)
+        if (active[i]->endRow > y * kSampleRows)
+            active[kept++] = active[i];
+    active.truncate(kept);
+}
+
+/// Draws what was added.
+template <INT32 kSampleRows, bool kNonZero>
+void drawRows(KxcPrimitiveRow& row, KxcPrimitiveDrawEdgeSet& edges, INT32 x1, INT32 x2, INT32 height,
+              KxcPrimitiveRaster::RowWriter& writer)
+{
+    Picture<kSampleRows> picture(row, edges, x1, x2);
+    picture.addScanlines(height);
+    const INT32 end = std::min(edges.getMaxRow() / kSampleRows + 1, height);
+    row.active.clear();
+    for (INT32 y = edges.getMinRow() / kSampleRows; y < end;)
+    {
+        picture.insertToAET(y);
+        if (picture.empty())
+        {
+            ++y;
+            continue;
+        }
+        picture.stepEdges(y);
+        picture.template spansFromAET<kNonZero>();
+        const INT32 alike = picture.endOfLikeRows(y);
+        do
+            writer.write(y++);
+        while (y < alike && y < end && row.heads[y] == nullptr);
+        picture.removeEnded(y);
+    }
+}
+
+} // namespace
+
+template <INT32 kSampleRows, bool kNonZero>
+void KxcPrimitiveRaster::render(KxcPrimitiveDraw& draw, UINT8* pixels, INT32 width, INT32 height, INT32 pitch,
+                                INT32 format)
+{
+    constexpr INT32 kLargest = 1 << 26; // columns of the grid fit 31 bits
+    const KxcPrimitiveDraw::BlitFunction blit = draw.getBlitFunction(format);
+    if (blit && pixels && width > 0 && height > 0 && width <= kLargest && height <= kLargest &&
+        draw.resize(width * kSampleRows, height * kSampleRows) && draw.m_row->reservePixels(width))
+    {
+        draw.m_format = format;
+        RowWriter writer(draw, blit, pixels, pitch);
+        const INT32 x2 = std::min(draw.m_clipX2, width * kSampleRows - 1);
+        if (draw.m_edges->getMinRow() <= draw.m_edges->getMaxRow() && draw.m_clipX1 <= x2)
+        {
+            if (draw.m_filler)
+                draw.m_filler->initFill();
+            drawRows<kSampleRows, kNonZero>(*draw.m_row, *draw.m_edges, draw.m_clipX1, x2, height, writer);
+            if (draw.m_filler)
+                draw.m_filler->deinitFill();
+        }
+    }
+    draw.m_edges->clear();
+}
+
+void KxcPrimitiveDraw::renderEvenOdd(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format)
+{
+    KxcPrimitiveRaster::render<1, false>(*this, pixels, width, height, pitch, format);
+}
+void KxcPrimitiveDraw::renderNonZero(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format)
+{
+    KxcPrimitiveRaster::render<1, true>(*this, pixels, width, height, pitch, format);
+}
+void KxcPrimitiveDraw::renderEvenOddAA(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format)
+{
+    KxcPrimitiveRaster::render<8, false>(*this, pixels, width, height, pitch, format);
+}
+void KxcPrimitiveDraw::renderNonZeroAA(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format)
+{
+    KxcPrimitiveRaster::render<8, true>(*this, pixels, width, height, pitch, format);
+}
