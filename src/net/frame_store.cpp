@@ -18,6 +18,11 @@ KxcObjectDataFrame* frameOf(void* item) { return static_cast<KxcObjectDataFrame*
 /// 0: sent once. 1: sent until acknowledged.
 INT32 classOf(INT32 slot) { return slot & 1; }
 
+bool isReserved(const KxcObjectDataFrame* frame)
+{
+    return frame->getMessageSlot() == KXCSLOT_RECENTSTATE && frame->getRecentStateId() != -1;
+}
+
 } // namespace
 
 void KxcObjectFramePriHelp::increase(void* item)
@@ -62,7 +67,7 @@ KxcObjectFrameStore* KxcObjectFrameStore::create(INT32 maxFrames, INT32 frameSiz
 
 KxcObjectFrameStore::~KxcObjectFrameStore()
 {
-    for (List* list : {&freeList, &queue})
+    for (List* list : {&freeList, &written, &queue})
         while (KxcObjectDataFrame* frame = list->first)
         {
             list->remove(frame);
@@ -70,20 +75,34 @@ KxcObjectFrameStore::~KxcObjectFrameStore()
         }
 }
 
+void KxcObjectFrameStore::handOut(KxcObjectDataFrame* frame, List& from)
+{
+    from.remove(frame);
+    written.append(frame);
+    frame->handedOut = true;
+}
+
 KxcObjectDataFrame* KxcObjectFrameStore::getPacketFrame(INT32 slot)
 {
     // A frame that stands for a state stays with it, even while it is idle.
     KxcObjectDataFrame* frame = freeList.first;
-    while (frame &&
-           (!frame->locked || frame->handedOut || (frame->slot == KXCSLOT_RECENTSTATE && frame->recentStateId != -1)))
+    while (frame && isReserved(frame))
         frame = frame->next;
-    if (!frame)
+    if (!frame && count < maxFrames)
         frame = createFrames(slot);
+    List* list = &freeList;
+    if (!frame) // perhaps the game gave one up by resetting it
+    {
+        list = &written;
+        frame = written.first;
+        while (frame && (frame->handedOut || !frame->locked || isReserved(frame)))
+            frame = frame->next;
+    }
     if (!frame)
         return nullptr;
+    handOut(frame, *list);
     frame->setMessageSlot(slot);
     frame->recentStateId = -1;
-    frame->handedOut = true;
     return frame;
 }
 
@@ -105,11 +124,12 @@ KxcObjectDataFrame* KxcObjectFrameStore::createFrames(INT32 slot)
 
 KxcObjectDataFrame* KxcObjectFrameStore::findRecentState(INT32 id)
 {
-    for (const List* list : {&freeList, &queue})
+    for (List* list : {&freeList, &written, &queue})
         for (KxcObjectDataFrame* frame = list->first; frame; frame = frame->next)
             if (frame->slot == KXCSLOT_RECENTSTATE && frame->recentStateId == id)
             {
-                frame->handedOut = frame->handedOut || list == &freeList;
+                if (list != &queue)
+                    handOut(frame, *list);
                 return frame;
             }
     return nullptr;
@@ -127,22 +147,22 @@ void KxcObjectFrameStore::removeRecentState(INT32 id)
         --count;
     }
     for (KxcObjectDataFrame* frame = freeList.first; frame; frame = frame->next)
-        if (frame->slot == KXCSLOT_RECENTSTATE && frame->recentStateId == id && !frame->handedOut)
-            frame->reset(); // idle: free for anything now
+        if (frame->slot == KXCSLOT_RECENTSTATE && frame->recentStateId == id)
+            frame->reset(); // free for anything now
 }
 
 void KxcObjectFrameStore::recycle(KxcObjectDataFrame* frame)
 {
     queue.remove(frame);
-    freeList.append(frame);
-    frame->handedOut = frame->locked != 0; // a game that locked it again is writing
+    frame->handedOut = frame->locked != 0;
+    (frame->handedOut ? written : freeList).append(frame);
     frame->locked = 1;
     frame->seqNum = -1;
 }
 
 void KxcObjectFrameStore::enqueue(KxcObjectDataFrame* frame)
 {
-    freeList.remove(frame);
+    written.remove(frame);
     frame->handedOut = false;
     // Most are the least urgent of all: those before them have aged.
     KxcObjectDataFrame* place = queue.last;
@@ -175,19 +195,21 @@ void KxcObjectFrameStore::upkeep()
         next = frame->next;
         if (frame->locked)
             recycle(frame);
+        else
+            priorityHelp.decrease(frame);
     }
-    if (anyReleased)
+    if (!anyReleased)
+        return;
+    anyReleased = false;
+    for (KxcObjectDataFrame *frame = written.first, *next; frame; frame = next)
     {
-        anyReleased = false;
-        for (KxcObjectDataFrame *frame = freeList.first, *next; frame; frame = next)
+        next = frame->next;
+        if (!frame->locked)
         {
-            next = frame->next;
-            if (!frame->locked)
-                enqueue(frame);
+            priorityHelp.decrease(frame); // like those that it joins, so that their order is the same
+            enqueue(frame);
         }
     }
-    for (KxcObjectDataFrame* frame = queue.first; frame; frame = frame->next)
-        priorityHelp.decrease(frame);
 }
 
 INT32 KxcObjectFrameStore::fill(KxcObjectPacketBase& packet, INT32 creatorKind, INT32 frameClass, UINT16 sequence)

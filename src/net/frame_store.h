@@ -1,7 +1,7 @@
-// frame_store.h - the frames of one client: those that are free or being written, and those that wait to be sent or
-// acknowledged, in order of urgency.
+// frame_store.h - the frames of one client: those that are free, those that a game is writing, and those that wait to
+// be sent or acknowledged, in order of urgency.
 //
-// Every frame is in one of the two lists, linked through the frame itself: moving one allocates nothing.
+// Every frame is in one of these lists, linked through the frame itself: moving one allocates nothing.
 #pragma once
 
 #include <kxcoreemb/communication.h>
@@ -26,7 +26,7 @@ public:
     KxcObjectFrameStore& operator=(const KxcObjectFrameStore&) = delete;
 
     KxcObjectDataFrame* getPacketFrame(INT32 slot); ///< null when all are in use
-    /// The frame with this id, free or waiting to be sent; null when there is none.
+    /// The frame with this id, wherever it is; null when there is none.
     KxcObjectDataFrame* findRecentState(INT32 id);
     void removeRecentState(INT32 id);
 
@@ -49,10 +49,11 @@ private:
 
     KxcObjectFrameStore(INT32 mostFrames, INT32 bytes) : maxFrames(mostFrames), frameSize(bytes) {}
     KxcObjectDataFrame* createFrames(INT32 slot); // a few at a time; the first of them, or null
-    void recycle(KxcObjectDataFrame* frame);      // from the queue to the end of the free list
-    void enqueue(KxcObjectDataFrame* frame);      // from the free list to its place in the queue
+    void handOut(KxcObjectDataFrame* frame, List& from);
+    void recycle(KxcObjectDataFrame* frame); // from the queue; one that the game locked again is being written
+    void enqueue(KxcObjectDataFrame* frame); // from those being written to its place in the queue
 
-    List freeList, queue;
+    List freeList, written, queue;
     INT32 count = 0; // of all frames
     const INT32 maxFrames, frameSize;
     bool anyReleased = false; // set by unlock()
