@@ -188,7 +188,7 @@ void KxcObjectFrameStore::markUnsent()
         frame->seqNum = -1;
 }
 
-void KxcObjectFrameStore::upkeep()
+void KxcObjectFrameStore::keepUp()
 {
     for (KxcObjectDataFrame *frame = queue.first, *next; frame; frame = next)
     {

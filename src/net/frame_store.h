@@ -33,10 +33,16 @@ public:
     /// Takes back the frames that went with the datagrams numbered from `first` to `last`, wherever the count wraps.
     void acknowledge(UINT16 first, UINT16 last);
     void markUnsent(); ///< all that wait for an acknowledgement are to be sent again
-    void upkeep();     ///< released frames join the queue, those locked again leave it, the queue ages
+    /// Released frames join the queue, those locked again leave it, the queue ages.
+    void upkeep()
+    {
+        if (queue.first || anyReleased)
+            keepUp();
+    }
 
     /// Puts frames of the class that the creator may carry into the packet. @return 1 when it did
     INT32 fill(KxcObjectPacketBase& packet, INT32 creatorKind, INT32 frameClass, UINT16 sequence);
+    bool hasQueue() const { return queue.first != nullptr; } ///< of frames to be sent or acknowledged
 
 private:
     struct List
@@ -49,6 +55,7 @@ private:
 
     KxcObjectFrameStore(INT32 mostFrames, INT32 bytes) : maxFrames(mostFrames), frameSize(bytes) {}
     KxcObjectDataFrame* createFrames(INT32 slot); // a few at a time; the first of them, or null
+    void keepUp();
     void handOut(KxcObjectDataFrame* frame, List& from);
     void recycle(KxcObjectDataFrame* frame); // from the queue; one that the game locked again is being written
     void enqueue(KxcObjectDataFrame* frame); // from those being written to its place in the queue

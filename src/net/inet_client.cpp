@@ -202,7 +202,7 @@ INT32 KxcInetClientWin::createPayload(KxcObjectPacketBase& packet, UINT16 sequen
     if (!filled)
     {
         frameClass ^= 1; // the other class has its turn, and keeps it
-        filled = frames->fill(packet, creatorKind, frameClass, sequence);
+        filled = frames->hasQueue() && frames->fill(packet, creatorKind, frameClass, sequence);
     }
     return filled;
 }

@@ -2,6 +2,7 @@
 #include <kxcoreemb/communication.h>
 
 #include "core/core_state.h"
+#include "net/step_clock.h"
 
 #include <initializer_list>
 #include <new>
@@ -40,6 +41,7 @@ KxcCommunicationScheduler* KxcCommunicationScheduler::create()
 
 INT32 KxcCommunicationScheduler::runScheduler()
 {
+    const KxcStepClock clock;
     for (INT32 index : {kBluetooth, kInet})
     {
         // A callback may take the handler out, so each step looks again.

@@ -1,5 +1,5 @@
-// step_clock.h - the time that one step of a handler goes by. Reading the clock costs as much as serving a client that
-// has nothing to say, so all clients of a step share one reading.
+// step_clock.h - the time that a run of the scheduler, or one step of a handler, goes by. Reading the clock costs as
+// much as serving a client that has nothing to say, so all clients share one reading.
 #pragma once
 
 #include <kxcoreemb/core.h>
