@@ -45,8 +45,9 @@ bool advance(KxcAudioState& voice, INT32 samples)
 INT32 readRun(const KxcAudioState& voice, KxcMixKernels::Resample resample, bool linear, INT16* block, INT32 wanted)
 {
     const INT32 last = voice.format.samples - 1;
-    // Where a loop's end was moved before the playhead, one sample is heard before it takes effect.
-    INT32 limit = voice.playhead < voice.loopEnd ? voice.loopEnd : voice.playhead + 1;
+    INT32 limit = voice.loopEnd;
+    if (voice.playhead >= limit) // the end was moved before it: one sample is heard before that takes effect
+        limit = voice.playhead + 1, wanted = 1;
     KxcMixSource source = {sampleAt(voice.data, voice.format.flags, voice.playhead), voice.fraction, voice.step};
     UINT8 lastAndFirst[2 * 4 + kKxcMixSlack];
     if (linear && voice.playhead == last)
@@ -104,7 +105,7 @@ bool kxcMixVoice(KxcAudioState& voice, const KxcMixRegion& region, UINT32 qualit
     const auto& mixes = gain.volume > 65536 ? kernels.mixLoud : kernels.mix;
     const KxcMixKernels::Mix mix = mixes[voice.format.channels - 1][KxcMixKernels::layout(region.flags)];
 
-    INT16 block[kKxcMixBlock * 2];
+    alignas(64) INT16 block[kKxcMixBlock * 2];
     INT32 position = region.position;
     bool goesOn = true;
     for (INT32 left = region.count; left > 0 && goesOn;)

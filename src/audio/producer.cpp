@@ -6,6 +6,18 @@
 
 #include <new>
 
+// Whole cache lines: the mixer's vectors cross none of their borders.
+static constexpr std::align_val_t kAlignment{64};
+
+static void* allocateSamples(UINT64 bytes)
+{
+    if (bytes == 0 || bytes > PTRDIFF_MAX - kKxcMixSlack)
+        return nullptr;
+    return operator new[](static_cast<size_t>(bytes) + kKxcMixSlack, kAlignment, std::nothrow);
+}
+
+static void freeSamples(void* samples) { operator delete[](samples, kAlignment); }
+
 void KxcAudioState::reset()
 {
     *this = {};
@@ -22,7 +34,7 @@ KxcAudioProducer::~KxcAudioProducer()
         return;
     KxcAudio::stopEach(this); // from here on the mixer does not know it
     if (!state->has(KXCAUDIOSTATE_STREAM))
-        delete[] static_cast<UINT8*>(state->data);
+        freeSamples(state->data);
     delete state->mutex;
     delete state;
 }
@@ -44,12 +56,11 @@ INT32 KxcAudioProducer::initialize(KxcAudioFormat format, KxcFixed volume, KxcFi
     if (stream)
         made->format.flags |= KXCAUDIOSTATE_STREAM;
     const UINT64 bytes = static_cast<UINT64>(made->format.samples) * made->bytesPerSample();
-    if (bytes > 0 && bytes <= PTRDIFF_MAX - kKxcMixSlack)
-        made->data = new (std::nothrow) UINT8[static_cast<size_t>(bytes) + kKxcMixSlack];
+    made->data = allocateSamples(bytes);
     if (!made->mutex || (bytes > 0 && !made->data))
     {
         delete made->mutex;
-        delete[] static_cast<UINT8*>(made->data);
+        freeSamples(made->data);
         delete made;
         return 0;
     }
