@@ -145,10 +145,16 @@ void KxcPrimitiveTranslator::ellipticalArcAbsolute(const KxcVector2& radii, KxcF
 
     const INT64 turned = sweep < 0 ? -sweep : sweep;
     const INT64 scale = std::max(rowLength(0), rowLength(1));
-    const INT64 length = turned * ((rx + ry) * KxcScaled(1, -1)).toFixed(16, 31) >> 16;
+    const INT64 radius = ((rx + ry) * KxcScaled(1, -1) * KxcScaled(scale, -16)).toFixed(16, 34); // in pixels
+    const INT64 length = turned * radius >> 16, smooth = std::max(m_curveSmoothLength.raw(), 1);
     const INT32 least = std::max<INT32>(2, static_cast<INT32>(turned * 12 / kTurn));
     const INT32 most = std::max<INT32>(least, static_cast<INT32>(turned * 120 / kTurn));
-    const INT32 count = curveSegments((length >> 8) * (std::min<INT64>(scale, INT64(1) << 32) >> 8), least, most);
+    // Small arcs turn fast. The middle of a line over an angle is radius x angle^2 / 8 away from the arc: to stay
+    // within 1/16 of a pixel at the smooth length of 5 takes sqrt(10 radius / smooth length) lines for each radian.
+    const UINT64 countSquare = static_cast<UINT64>(turned) * static_cast<UINT64>(std::min(length, INT64(1) << 36)) *
+                               10 / static_cast<UINT64>(smooth); // 16 fraction bits
+    const INT64 forPrecision = static_cast<INT64>(kxcSquareRoot(countSquare) >> 8);
+    const INT32 count = curveSegments(std::max(length, forPrecision * smooth), least, most);
 
     const INT64 radiusX = rx.toFixed(16, 33), radiusY = ry.toFixed(16, 33), toX = cx.toFixed(16, 40),
                 toY = cy.toFixed(16, 40);

@@ -203,12 +203,20 @@ void KxcPrimitiveDrawLinearGradientFiller::calculateGradientTransformation()
 
 void KxcPrimitiveDrawLinearGradientFiller::fill(INT32 xStart, INT32 xEnd, INT32 y, UINT32* buffer)
 {
+    const bool pads = m_spread != KXCSPREAD_REFLECT && m_spread != KXCSPREAD_REPEAT;
     INT64 t = m_origin + m_stepX * xStart + m_stepY * y;
-    if (m_spread == KXCSPREAD_REFLECT || m_spread == KXCSPREAD_REPEAT)
-        for (INT32 x = xStart; x < xEnd; ++x, t += m_stepX)
-            buffer[x] = static_cast<UINT32>(t); // a period divides what the upper bits stand for
-    else
+    const INT64 last = t + m_stepX * (xEnd - xStart - 1);
+    const auto isInside = [](INT64 position) { return position >= 0 && position < kGradientEnd; };
+    if (pads && !(isInside(t) && isInside(last)))
         for (INT32 x = xStart; x < xEnd; ++x, t += m_stepX)
             buffer[x] = padGradient(t);
+    else
+    {
+        // Periods divide what 32 bits wrap at.
+        UINT32 position = static_cast<UINT32>(t);
+        const UINT32 step = static_cast<UINT32>(m_stepX);
+        for (INT32 x = xStart; x < xEnd; ++x, position += step)
+            buffer[x] = position;
+    }
     lookUp(buffer + xStart, xEnd - xStart);
 }

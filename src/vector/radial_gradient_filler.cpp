@@ -18,6 +18,7 @@ namespace
 
 /// Farther away positions differ from their neighbours by more than a period.
 constexpr INT64 kFarthest = INT64(90) << kGradientBits;
+constexpr UINT64 kEndSquare = UINT64(1) << (2 * kGradientBits);
 inline INT64 nearby(INT64 x) { return x < -kFarthest ? -kFarthest : x > kFarthest ? kFarthest : x; }
 
 } // namespace
@@ -89,22 +90,28 @@ void KxcPrimitiveDrawRadialGradientFiller::fill(INT32 xStart, INT32 xEnd, INT32 
     const INT64 focusX = m_focus.x.raw(), focusY = m_focus.y.raw();
     INT64 dx = m_originX + m_stepXX * xStart + m_stepYX * y - focusX * 256;
     INT64 dy = m_originY + m_stepXY * xStart + m_stepYY * y - focusY * 256;
+    const INT32 count = xEnd - xStart;
     const bool pads = m_spread != KXCSPREAD_REFLECT && m_spread != KXCSPREAD_REPEAT;
-    const bool centred = focusX == 0 && focusY == 0;
-    for (INT32 x = xStart; x < xEnd; ++x, dx += m_stepXX, dy += m_stepXY)
+    const INT64 lastX = dx + m_stepXX * (count - 1), lastY = dy + m_stepXY * (count - 1);
+    UINT32* const positions = buffer + xStart;
+    if (focusX == 0 && focusY == 0 && nearby(dx) == dx && nearby(dy) == dy && nearby(lastX) == lastX &&
+        nearby(lastY) == lastY)
     {
-        const INT64 nearX = nearby(dx), nearY = nearby(dy);
-        const INT64 a = nearX * nearX + nearY * nearY; // 48 fraction bits
-        INT64 t;
-        if (centred)
-            t = static_cast<INT64>(kxcSquareRoot(static_cast<UINT64>(a)));
-        else
+        // |d|^2, 48 fraction bits, as a sum: its differences grow evenly.
+        UINT64 square = static_cast<UINT64>(dx * dx + dy * dy);
+        UINT64 growth = static_cast<UINT64>((2 * dx + m_stepXX) * m_stepXX + (2 * dy + m_stepXY) * m_stepXY);
+        const UINT64 growthOfGrowth = static_cast<UINT64>(2 * (m_stepXX * m_stepXX + m_stepXY * m_stepXY));
+        for (INT32 i = 0; i < count; ++i, square += growth, growth += growthOfGrowth)
+            positions[i] = static_cast<UINT32>(kxcSquareRoot(pads && square >= kEndSquare ? kEndSquare - 1 : square));
+    }
+    else
+        for (INT32 i = 0; i < count; ++i, dx += m_stepXX, dy += m_stepXY)
         {
+            const INT64 nearX = nearby(dx), nearY = nearby(dy), a = nearX * nearX + nearY * nearY;
             const INT64 b = (nearX * focusX + nearY * focusY) >> 16;
             const UINT64 root = kxcSquareRoot(static_cast<UINT64>(b * b + (a >> 16) * m_outside));
-            t = (b + static_cast<INT64>(root)) * m_perOutside >> 16;
+            const INT64 t = (b + static_cast<INT64>(root)) * m_perOutside >> 16;
+            positions[i] = pads ? padGradient(t) : static_cast<UINT32>(t);
         }
-        buffer[x] = pads ? padGradient(t) : static_cast<UINT32>(t);
-    }
-    lookUp(buffer + xStart, xEnd - xStart);
+    lookUp(positions, count);
 }

@@ -266,21 +266,23 @@ template <INT32 kSampleRows>
 void Picture<kSampleRows>::toggle(const KxcEdgeChain& chain, UINT32 rows)
 {
     const auto bit = [&](INT32 k) { return UINT64(1) << ((chain.columns[k] & 7) * 8 + k); };
-    if (rows != kAllRows)
+    const INT32 first = chain.min >> 3;
+    if (rows == kAllRows && (chain.max >> 3) - first <= 1)
     {
+        // Within two pixels, as most are: the same words eight times would wait for themselves.
+        UINT64 bits = 0, bitsOfSecond = 0;
         for (INT32 k = 0; k < kRows; ++k)
-            if (rows >> k & 1)
-                m_row.hiRes[chain.columns[k] >> 3] ^= bit(k);
-    }
-    else if (chain.min >> 3 == chain.max >> 3)
-    {
-        UINT64 bits = 0; // the same word eight times would wait for itself
-        for (INT32 k = 0; k < kRows; ++k)
+        {
+            const UINT64 isSecond = 0 - static_cast<UINT64>((chain.columns[k] >> 3) - first);
             bits ^= bit(k);
-        m_row.hiRes[chain.min >> 3] ^= bits;
+            bitsOfSecond ^= bit(k) & isSecond;
+        }
+        m_row.hiRes[first] ^= bits ^ bitsOfSecond;
+        m_row.hiRes[first + 1] ^= bitsOfSecond;
+        return;
     }
-    else
-        for (INT32 k = 0; k < kRows; ++k)
+    for (INT32 k = 0; k < kRows; ++k)
+        if (rows >> k & 1)
             m_row.hiRes[chain.columns[k] >> 3] ^= bit(k);
 }
 
@@ -404,11 +406,12 @@ void Picture<kSampleRows>::convertSpan(KxcPrimitiveSpan& span, UINT32& inside)
         bits ^= bits << 32;
         bits ^= inside * 0x0101010101010101ull;
         inside = static_cast<UINT32>(bits >> 56);
-        const auto column = [bits](INT32 j) { return static_cast<UINT8>(bits >> (8 * j)); };
-        const auto& sum = kBitCounter.sum;
-        m_row.loRes[x] =
-            static_cast<UINT8>(sum[0][column(0)] + sum[1][column(1)] + sum[2][column(2)] + sum[3][column(3)] +
-                               sum[3][column(4)] + sum[2][column(5)] + sum[1][column(6)] + sum[0][column(7)]);
+        const auto outer = [bits](INT32 j) // columns j and 7 - j
+        {
+            const auto& sum = kBitCounter.sum[j];
+            return static_cast<UINT32>(sum[bits >> (8 * j) & 0xFF]) + sum[bits >> (56 - 8 * j) & 0xFF];
+        };
+        m_row.loRes[x] = static_cast<UINT8>((outer(0) + outer(1)) + (outer(2) + outer(3)));
     }
     span.interior = kBitCounter.columns[inside];
     // Crossings behind the last column have closed the shape there.
