@@ -4,6 +4,7 @@
 // Escape ends. --headless draws one frame into a PNG file instead.
 #include "obj_file.h"
 #include "picture_file.h"
+#include "raw_name.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -31,13 +32,6 @@ struct Options
 };
 Options g_options;
 Model g_model;
-
-/// A name that KxcFile takes as it is: the library's own names start at the folder of this program.
-std::string rawName(const std::string& path)
-{
-    const std::unique_ptr<char, void (*)(void*)> full(realpath(path.c_str(), nullptr), std::free);
-    return full ? std::string("//") + full.get() : "//" + path;
-}
 
 KxcFixed radians(int degrees) { return KxcFixed::fromRaw(degrees * 1144); }
 

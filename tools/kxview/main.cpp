@@ -2,6 +2,7 @@
 //
 // In the window: drag or the arrow keys move the picture, the wheel or + and - zoom, 0 resets, Escape ends.
 #include "picture_file.h"
+#include "raw_name.h"
 
 #include <kxcoreemb/kxcoreemb.h>
 
@@ -38,13 +39,6 @@ enum : INT32
 
 std::string g_path, g_title; // what the command line names
 INT32 g_width, g_height;     // of the picture
-
-/// A name that KxcFile takes as it is: the library's own names start at the folder of this program.
-std::string rawName(const std::string& path)
-{
-    const std::unique_ptr<char, void (*)(void*)> full(realpath(path.c_str(), nullptr), std::free);
-    return full ? std::string("//") + full.get() : "//" + path;
-}
 
 INT32 clampSize(INT32 size, INT32 largest)
 {
