@@ -93,6 +93,7 @@ Game::Game(INT32 fixedStepMs, const char* device)
     m_sheets[SHEET_GEMS]->setColorKey(0xFF00FF);
     m_sheets[SHEET_GEMS]->enableColorKey(1);
     addButtons();
+    m_sound.start();
     KxcCore::setRenderer(this);
     KxcCore::setController(this);
 }
@@ -128,6 +129,7 @@ void Game::onTick()
     const auto direction = [this](INT32 less, INT32 more) { return (m_held[more] > 0) - (m_held[less] > 0); };
     m_world.advance(step, direction(KXCCTRL_LEFT - KXCCTRL_LEFT, KXCCTRL_RIGHT - KXCCTRL_LEFT),
                     direction(KXCCTRL_UP - KXCCTRL_LEFT, KXCCTRL_DOWN - KXCCTRL_LEFT));
+    m_sound.advance(m_world, step);
 }
 
 void Game::onKeyDown(INT32 code)
@@ -145,6 +147,9 @@ void Game::onKeyDown(INT32 code)
         break;
     case 'W':
         m_landscape.toggleWireframe();
+        break;
+    case 'M':
+        m_sound.toggleMusic();
         break;
     case 'N':
         changeDevice((device->next ? device->next : KxcGL::getDeviceInfo())->deviceId, m_deviceFlags);
@@ -173,7 +178,10 @@ void Game::onControlDown(INT32 code)
     if (code >= KXCCTRL_LEFT && code <= KXCCTRL_DOWN)
         m_held[code - KXCCTRL_LEFT] = 1;
     if (code == KXCCTRL_BUTTON1)
+    {
         m_world.burst();
+        m_sound.burst();
+    }
 }
 
 void Game::onControlUp(INT32 code)

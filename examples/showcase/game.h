@@ -2,6 +2,7 @@
 #pragma once
 
 #include "landscape.h"
+#include "sound.h"
 #include "world.h"
 
 #include <memory>
@@ -15,6 +16,7 @@ public:
 
     bool ready() const { return m_ready; } ///< false when a picture is missing; the reason is on stderr
     const World& world() const { return m_world; }
+    const Soundscape& sound() const { return m_sound; }
 
     void showLandscape(bool show) { m_inDepth = show; } ///< or the map from above
     void onTick() override;
@@ -44,6 +46,7 @@ private:
     bool m_ready = false;
     World m_world;
     Landscape m_landscape;
+    Soundscape m_sound;
     bool m_inDepth = true;
     UINT32 m_deviceFlags = 0;
     INT32 m_frameTenths = 0;     // of a millisecond, averaged

@@ -19,7 +19,8 @@ constexpr char kUsage[] =
     "\n"
     "Arrow keys, the pointer or the buttons on the screen fly the glider; Return throws back what\n"
     "it caught. V changes between landscape and map, P switches perspective correction, W draws\n"
-    "wires, N takes the next graphics device, O turns the frame. F12 saves a picture; Escape ends.\n"
+    "wires, N takes the next graphics device, O turns the frame, M stops the music. F12 saves a\n"
+    "picture; Escape ends.\n"
     "  --device NAME  a graphics device: ReferenceARM, DefaultFSAA, DefaultUpsample,\n"
     "                 DefaultProfiler, ZBuffer\n"
     "  --headless    run without a display: play by itself, write some frames as PNG files\n"
@@ -110,14 +111,17 @@ int runHeadless(INT32 frames, const std::string& folder)
         }
     }
     const World& world = g_game->world();
+    const bool heard = frames <= 60 || g_game->sound().loudest() > 1000;
     const bool moved = frames <= 20 || world.heroX() != startX || world.heroY() != startY;
     std::printf("%d frames of %d x %d, %.0f frames per second, %d caught\n", frames, kWidth, kHeight,
                 seconds > 0 ? frames / seconds : 0, world.score());
     embeddedDeinit();
-    if (!good || !moved)
+    if (!good || !moved || !heard)
         std::fprintf(stderr, "showcase: %s\n",
-                     good ? "the glider did not move" : "a frame is empty or was not written");
-    return good && moved ? 0 : 1;
+                     !good    ? "a frame is empty or was not written"
+                     : !moved ? "the glider did not move"
+                              : "nothing was to be heard");
+    return good && moved && heard ? 0 : 1;
 }
 
 } // namespace
