@@ -93,7 +93,7 @@ Game::Game(INT32 fixedStepMs, const char* device)
     m_sheets[SHEET_GEMS]->setColorKey(0xFF00FF);
     m_sheets[SHEET_GEMS]->enableColorKey(1);
     addButtons();
-    m_sound.start();
+    m_sound.start(m_world);
     KxcCore::setRenderer(this);
     KxcCore::setController(this);
 }

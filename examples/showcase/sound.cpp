@@ -116,8 +116,9 @@ private:
 Soundscape::Soundscape() = default;
 Soundscape::~Soundscape() = default;
 
-void Soundscape::start()
+void Soundscape::start(const World& world)
 {
+    m_heroX = world.heroX(), m_heroY = world.heroY();
     makeWave();
     UINT32 seed = 1;
     const auto noise = [&] { return static_cast<INT32>((seed = seed * 1664525u + 1013904223u) >> 24) - 128; };

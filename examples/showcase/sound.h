@@ -15,7 +15,7 @@ public:
     ~Soundscape();
 
     /// Makes the sounds and opens the output, which only the music's start waits for. Without memory all stays silent.
-    void start();
+    void start(const World& world);
     /// Moves the sounds with the world. Without a device it plays the output, too, so that time passes there.
     void advance(const World& world, INT32 milliseconds);
     void burst(); ///< the things come back

@@ -66,14 +66,6 @@ INT32 readRun(const KxcAudioState& voice, KxcMixKernels::Resample resample, bool
 
 } // namespace
 
-UINT32 kxcMixStep(FLOAT32 sourceRate, FLOAT32 targetRate)
-{
-    if (!(sourceRate > 0) || !(targetRate > 0))
-        return 0;
-    const FLOAT64 step = static_cast<FLOAT64>(sourceRate) / targetRate * 65536.0;
-    return step < 4294967295.0 ? static_cast<UINT32>(step) : 0xFFFFFFFFu;
-}
-
 void kxcMixSilence(const KxcMixRegion& region)
 {
     const bool biased = !(region.flags & KXCAUDIO_SIGNED), wide = region.flags & KXCAUDIO_16BIT;

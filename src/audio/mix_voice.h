@@ -21,5 +21,12 @@ void kxcMixSilence(const KxcMixRegion& region);
 /// @return false when the sound came to its end
 bool kxcMixVoice(KxcAudioState& voice, const KxcMixRegion& region, UINT32 quality);
 
-/// source rate / target rate, 16.16, truncated; within 32 bits, and 0 where that is no number.
-UINT32 kxcMixStep(FLOAT32 sourceRate, FLOAT32 targetRate);
+/// source rate / target rate, 16.16, truncated; within 32 bits, and 0 where that is no number. Rates are the only
+/// floating-point numbers of the mixer; this is done once for each sound and pass.
+inline UINT32 kxcMixStep(FLOAT32 sourceRate, FLOAT32 targetRate)
+{
+    if (!(sourceRate > 0) || !(targetRate > 0))
+        return 0;
+    const FLOAT64 step = static_cast<FLOAT64>(sourceRate) / targetRate * 65536.0;
+    return step < 4294967295.0 ? static_cast<UINT32>(step) : 0xFFFFFFFFu;
+}
