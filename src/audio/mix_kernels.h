@@ -29,7 +29,7 @@ struct KxcMixGain
     INT32 left, right; // of a mono source in a stereo target: 65536 - panning and panning, 0..65536
 };
 
-constexpr INT32 kKxcMixBlock = 1024; ///< frames that a Mix kernel takes at once, at most
+constexpr INT32 kKxcMixBlock = 2048; ///< frames that a Mix kernel takes at once, at most
 
 struct KxcMixKernels
 {
