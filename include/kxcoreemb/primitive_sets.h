@@ -46,14 +46,12 @@ public:
     }
     bool add(const T& item)
     {
-        if (m_count == m_capacity)
-        {
-            const T copy = item; // which may lie in here
-            return grow() && (m_items[m_count++] = copy, true);
-        }
-        m_items[m_count++] = item;
-        return true;
+        const T copy = item; // which may lie in here
+        T* const added = extend();
+        return added && (*added = copy, true);
     }
+    /// Adds an element without a value. @return it, or null without memory
+    T* extend() { return m_count < m_capacity || grow() ? m_items + m_count++ : nullptr; }
     /// Forgets the elements from this one on; keeps the memory.
     void truncate(INT32 count) { m_count = count; }
     void clear() { m_count = 0; }

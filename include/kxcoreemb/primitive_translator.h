@@ -223,7 +223,6 @@ private:
     bool canDraw() const { return m_movePending || m_points->getCount() > 0; }
     INT64 deviceLength(const KxcVector2& from, const KxcVector2& to) const; // 16.16, in pixels
     INT32 curveSegments(INT64 length, INT32 least, INT32 most) const;
-    INT64 rowLength(INT32 row) const; // of the transformation, 16.16
     INT32 gridShift() const { return m_antialiasing ? 3 : 0; }
 
     void setPaint(Paint& paint, INT32 mode, KxcPrimitiveDrawFiller* filler);
@@ -250,6 +249,7 @@ private:
     KxcGLSurface* m_target;
     KxcPrimitiveDraw* m_renderer;
     KxcMatrix3 m_transformation;
+    INT64 m_rowLength[2]; // of its upper part, 16.16: what a unit becomes
     KxcFixed m_curveSmoothLength;
     Paint m_fill, m_stroke;
     INT32 m_fillOpacity, m_strokeOpacity, m_fillRule;

@@ -144,7 +144,7 @@ void KxcPrimitiveTranslator::ellipticalArcAbsolute(const KxcVector2& radii, KxcF
         sweep -= kTurn;
 
     const INT64 turned = sweep < 0 ? -sweep : sweep;
-    const INT64 scale = std::max(rowLength(0), rowLength(1));
+    const INT64 scale = std::max(m_rowLength[0], m_rowLength[1]);
     const INT64 radius = ((rx + ry) * KxcScaled(1, -1) * KxcScaled(scale, -16)).toFixed(16, 34); // in pixels
     const INT64 length = turned * radius >> 16, smooth = std::max(m_curveSmoothLength.raw(), 1);
     const INT32 least = std::max<INT32>(2, static_cast<INT32>(turned * 12 / kTurn));

@@ -163,28 +163,32 @@ void KxcPrimitiveDrawEdgeSet::addEdge(const KxcLineEdge& edge, INT32 row, INT32 
             }
         }
     }
-    KxcEdgeChain chain = {};
-    chain.row = row;
-    chain.endRow = edge.endRow;
-    chain.winding = winding;
-    chain.edge = chain.lastEdge = index;
-    m_chains.add(chain);
+    KxcEdgeChain* const chain = m_chains.extend();
+    if (!chain)
+        return;
+    chain->row = row;
+    chain->endRow = edge.endRow;
+    chain->winding = winding;
+    chain->edge = chain->lastEdge = index;
+    chain->indexed = nullptr;
 }
 
 void KxcPrimitiveDrawEdgeSet::calculateIndexedEdgeInfo(const KxcPrimitiveDrawIndexedPrimitive& primitive)
 {
     const INT32 first = primitive.getFirstRow();
     const INT64 end = static_cast<INT64>(first) + primitive.getRowCount();
-    KxcEdgeChain chain = {};
-    chain.row = first < m_y1 ? m_y1 : first;
-    chain.endRow = static_cast<INT32>(end <= m_y2 ? end : static_cast<INT64>(m_y2) + 1);
-    if (chain.row >= chain.endRow)
+    const INT32 row = first < m_y1 ? m_y1 : first;
+    const INT32 endRow = static_cast<INT32>(end <= m_y2 ? end : static_cast<INT64>(m_y2) + 1);
+    KxcEdgeChain* const chain = row < endRow ? m_chains.extend() : nullptr;
+    if (!chain)
         return;
-    chain.skippedRows = chain.row - first;
-    chain.winding = primitive.getDirection();
-    chain.indexed = &primitive;
-    if (m_chains.add(chain))
-        include(chain.row, chain.endRow);
+    chain->row = row;
+    chain->endRow = endRow;
+    chain->skippedRows = row - first;
+    chain->winding = primitive.getDirection();
+    chain->indexed = &primitive;
+    chain->step = 0;
+    include(row, endRow);
 }
 
 void KxcPrimitiveDrawEdgeSet::include(INT32 row, INT32 endRow)

@@ -26,13 +26,14 @@ struct KxcEdgeChain
     const KxcPrimitiveDrawIndexedPrimitive* indexed; ///< instead of edges, or null
     INT32 skippedRows;                               ///< of it, above the clipping rectangle
 
-    // The active edge's state, and its crossings of the current row of pixels (of the grid without anti-aliasing).
     KxcEdgeChain* next; ///< in the bucket
+
+    // The active edge's state, and its crossings of the current row of pixels (of the grid without anti-aliasing).
     INT64 x, step;
     INT32 edgeEnd;
-    INT32 min, max; ///< columns
-    UINT32 mask;    ///< bit k: it crosses row k
-    INT32 columns[kRows];
+    INT32 min, max;       ///< columns
+    UINT64 rows;          ///< byte k is 0xFF when it crosses row k, else 0
+    INT32 columns[kRows]; ///< of each row; before the first and behind the last crossing, those go on
 };
 
 class KxcPrimitiveDrawEdgeSet

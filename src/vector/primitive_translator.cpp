@@ -70,7 +70,8 @@ KxcPrimitiveTranslator::KxcPrimitiveTranslator()
       m_circleCount(0),
       m_antialiasing(true)
 {
-    KxcMath::matrixIdentity(m_transformation);
+    KxcMatrix3 identity;
+    setTransformation(KxcMath::matrixIdentity(identity));
 }
 
 KxcPrimitiveTranslator::~KxcPrimitiveTranslator()
@@ -119,6 +120,8 @@ void KxcPrimitiveTranslator::setClipRect(const KxcRectangle* clip)
 void KxcPrimitiveTranslator::setTransformation(const KxcMatrix3& matrix)
 {
     m_transformation = matrix;
+    for (INT32 row = 0; row < 2; ++row)
+        m_rowLength[row] = kxcLength(matrix.m[row][0].raw(), matrix.m[row][1].raw());
     m_circleDirty = m_perceivedDirty = true;
 }
 
@@ -295,11 +298,6 @@ void KxcPrimitiveTranslator::closePath()
     moveToAbsolute(m_subpathStart);
 }
 
-INT64 KxcPrimitiveTranslator::rowLength(INT32 row) const
-{
-    return kxcLength(m_transformation.m[row][0].raw(), m_transformation.m[row][1].raw());
-}
-
 /// Lines thinner than the grid can show become fainter instead.
 void KxcPrimitiveTranslator::calculatePerceivedValues()
 {
@@ -311,7 +309,7 @@ void KxcPrimitiveTranslator::calculatePerceivedValues()
     m_perceivedOpacity = m_strokeOpacity;
     m_perceivedJoin = m_lineJoin;
     m_perceivedCap = m_lineCap;
-    const INT64 width = std::min(rowLength(0), rowLength(1)) * m_strokeWidth.raw() >> 16;
+    const INT64 width = std::min(m_rowLength[0], m_rowLength[1]) * m_strokeWidth.raw() >> 16;
     if (width > kHairline)
         return;
     const INT64 widened = width > 0 ? kHairline * m_strokeWidth.raw() / width : 0;

@@ -66,7 +66,14 @@ namespace
 {
 
 constexpr INT32 kRows = KxcEdgeChain::kRows;
-constexpr UINT32 kAllRows = (1 << kRows) - 1;
+
+// A byte for each of the eight rows: 0xFF for rows that something holds for, or a winding number.
+constexpr UINT64 kAllRows = ~UINT64(0), kOnes = 0x0101010101010101, kTops = kOnes << 7;
+constexpr INT32 kMostChains = 127; // whose windings a byte holds
+
+constexpr UINT64 addBytes(UINT64 a, UINT64 b) { return ((a & ~kTops) + (b & ~kTops)) ^ ((a ^ b) & kTops); }
+/// The top bit of every byte that is not 0.
+constexpr UINT64 topsOfNonZero(UINT64 bytes) { return (((bytes & ~kTops) + ~kTops) | bytes) & kTops; }
 
 /// How much each of the eight samples of a column counts: table j for column j and column 7 - j.
 constexpr UINT8 kWeights[4][8] = {
@@ -97,6 +104,12 @@ constexpr BitCounter initBitCounter()
     return counter;
 }
 constexpr BitCounter kBitCounter = initBitCounter();
+
+/// The order of the active edge table. Chains that do not cross are in it from left to right.
+bool isBefore(const KxcEdgeChain* a, const KxcEdgeChain* b)
+{
+    return a->min != b->min ? a->min < b->min : a->max < b->max;
+}
 
 /// One picture in work.
 template <INT32 kSampleRows> // of the grid in a row of pixels: 8 with anti-aliasing, or 1
@@ -132,15 +145,15 @@ private:
         chain.step = edge.step;
         chain.edgeEnd = edge.endRow;
     }
-    INT32 clampColumn(INT64 column) const
+    void startNextEdge(KxcEdgeChain& chain) const
     {
-        return static_cast<INT32>(column < m_left ? m_left : column > m_right ? m_right : column);
+        startEdge(chain, chain.edge < chain.lastEdge ? chain.edge + 1 : chain.edge - 1);
     }
     void stepChain(KxcEdgeChain& chain, INT32 firstRow) const;
     void sortAET();
-    void toggle(const KxcEdgeChain& chain, UINT32 rows);
+    void toggle(const KxcEdgeChain& chain, UINT64 rows);
     void windingToToggles();
-    void sweepRows(KxcEdgeChain** first, INT32 count, INT32* winding);
+    void sweepRows(KxcEdgeChain** first, KxcEdgeChain** end, UINT64& winding);
     template <bool kNonZero>
     void runsFromAET();
     void convertSpan(KxcPrimitiveSpan& span, UINT32& inside);
@@ -184,49 +197,50 @@ void Picture<kSampleRows>::stepChain(KxcEdgeChain& chain, INT32 firstRow) const
 {
     const INT32 begin = chain.row > firstRow ? chain.row - firstRow : 0;
     const INT32 end = chain.endRow - firstRow < kSampleRows ? chain.endRow - firstRow : kSampleRows;
-    if (begin == 0 && chain.edgeEnd - firstRow >= kSampleRows && !chain.indexed)
+    INT32* const columns = chain.columns;
+    chain.rows = kAllRows;
+    if (begin == 0 && !chain.indexed && chain.edgeEnd - firstRow >= kSampleRows)
     {
-        // One edge crosses all rows: its first and last column are its extremes.
-        INT64 x = chain.x;
-        const INT64 step = chain.step;
-        for (INT32 k = 0; k < kSampleRows; ++k, x += step)
-            chain.columns[k] = static_cast<INT32>(x >> 32);
-        chain.x = x;
-        chain.mask = (1 << kSampleRows) - 1;
-        const INT32 first = chain.columns[0], last = chain.columns[kSampleRows - 1];
-        chain.min = first < last ? first : last;
-        chain.max = first < last ? last : first;
-        if (chain.min < m_left || chain.max > m_right)
-        {
-            for (INT32 k = 0; k < kSampleRows; ++k)
-                chain.columns[k] = clampColumn(chain.columns[k]);
-            chain.min = clampColumn(chain.min);
-            chain.max = clampColumn(chain.max);
-        }
+        // One edge crosses all rows, as most do: its first and last column are its extremes.
+        for (INT32 k = 0; k < kSampleRows; ++k, chain.x += chain.step)
+            columns[k] = static_cast<INT32>(chain.x >> 32);
+        chain.min = std::min(columns[0], columns[kSampleRows - 1]);
+        chain.max = std::max(columns[0], columns[kSampleRows - 1]);
     }
     else
     {
-        chain.min = INT32_MAX;
-        chain.max = INT32_MIN;
-        chain.mask = ((1u << (end - begin)) - 1) << begin;
-        for (INT32 k = begin; k < end; ++k)
+        for (INT32 k = begin; k < end;)
         {
             if (chain.indexed)
-                chain.columns[k] =
-                    clampColumn(chain.indexed->getColumn(firstRow + k - chain.row + chain.skippedRows) >> 16);
-            else
             {
-                if (firstRow + k >= chain.edgeEnd)
-                    startEdge(chain, chain.edge < chain.lastEdge ? chain.edge + 1 : chain.edge - 1);
-                chain.columns[k] = clampColumn(chain.x >> 32);
-                chain.x += chain.step;
+                const INT64 column = chain.indexed->getColumn(firstRow + k - chain.row + chain.skippedRows) >> 16;
+                columns[k++] = static_cast<INT32>(column);
+                continue;
             }
-            chain.min = std::min(chain.min, chain.columns[k]);
-            chain.max = std::max(chain.max, chain.columns[k]);
+            if (firstRow + k >= chain.edgeEnd)
+                startNextEdge(chain);
+            for (const INT32 stop = std::min(end, chain.edgeEnd - firstRow); k < stop; ++k, chain.x += chain.step)
+                columns[k] = static_cast<INT32>(chain.x >> 32);
         }
+        for (INT32 k = 0; k < begin; ++k)
+            columns[k] = columns[begin];
+        for (INT32 k = end; k < kSampleRows; ++k)
+            columns[k] = columns[end - 1];
+        chain.min = *std::min_element(columns, columns + kSampleRows);
+        chain.max = *std::max_element(columns, columns + kSampleRows);
+        chain.rows = kAllRows << (8 * begin);
+        if (end < kRows)
+            chain.rows &= ~(kAllRows << (8 * end));
+    }
+    if (chain.min < m_left || chain.max > m_right)
+    {
+        for (INT32 k = 0; k < kSampleRows; ++k)
+            columns[k] = std::clamp(columns[k], m_left, m_right);
+        chain.min = std::clamp(chain.min, m_left, m_right);
+        chain.max = std::clamp(chain.max, m_left, m_right);
     }
     if (!chain.indexed && chain.edgeEnd <= firstRow + kSampleRows && chain.edge != chain.lastEdge)
-        startEdge(chain, chain.edge < chain.lastEdge ? chain.edge + 1 : chain.edge - 1);
+        startNextEdge(chain);
 }
 
 template <INT32 kSampleRows>
@@ -249,21 +263,21 @@ void Picture<kSampleRows>::sortAET()
     {
         KxcEdgeChain* const chain = active[i];
         INT32 place = i;
-        for (; place > 0 && active[place - 1]->min > chain->min; --place)
+        for (; place > 0 && isBefore(chain, active[place - 1]); --place)
             active[place] = active[place - 1];
         active[place] = chain;
         moves += i - place;
         if (moves > 64 + 8 * count)
         {
-            std::sort(active, active + count,
-                      [](const KxcEdgeChain* a, const KxcEdgeChain* b) { return a->min < b->min; });
+            std::sort(active, active + count, isBefore);
             return;
         }
     }
 }
 
+/// Toggles the bits of the rows whose byte is not 0.
 template <INT32 kSampleRows>
-void Picture<kSampleRows>::toggle(const KxcEdgeChain& chain, UINT32 rows)
+void Picture<kSampleRows>::toggle(const KxcEdgeChain& chain, UINT64 rows)
 {
     const auto bit = [&](INT32 k) { return UINT64(1) << ((chain.columns[k] & 7) * 8 + k); };
     const INT32 first = chain.min >> 3;
@@ -282,68 +296,75 @@ void Picture<kSampleRows>::toggle(const KxcEdgeChain& chain, UINT32 rows)
         return;
     }
     for (INT32 k = 0; k < kRows; ++k)
-        if (rows >> k & 1)
+        if (rows >> (8 * k) & 0xFF)
             m_row.hiRes[chain.columns[k] >> 3] ^= bit(k);
 }
 
-/// Crossings where the winding changes between 0 and another number.
+/// Toggles crossings where the winding changes between 0 and another number.
 template <INT32 kSampleRows>
 void Picture<kSampleRows>::windingToToggles()
 {
     KxcEdgeChain** const active = m_row.active.items();
-    const INT32 count = m_row.active.count();
-    INT32 winding[kRows] = {};
-    bool uniform = true; // all rows have winding[0]
-    for (INT32 i = 0; i < count;)
+    KxcEdgeChain** const activeEnd = active + m_row.active.count();
+    UINT64 winding = 0; // of each row
+    for (KxcEdgeChain** chain = active; chain < activeEnd;)
     {
-        // Chains whose columns overlap may cross each other.
-        INT32 end = i + 1, reach = active[i]->max;
-        for (; end < count && active[end]->min <= reach; ++end)
-            reach = std::max(reach, active[end]->max);
-        if (end == i + 1 && uniform && active[i]->mask == kAllRows)
+        // Chains whose columns overlap may cross each other. Where each is to the right of the one before in all rows,
+        // they do not.
+        KxcEdgeChain** end = chain + 1;
+        bool cross = m_row.active.count() > kMostChains;
+        for (INT32 reach = (*chain)->max; end < activeEnd && ((*end)->min <= reach || cross); ++end)
         {
-            const INT32 next = winding[0] + active[i]->winding;
-            if ((winding[0] == 0) != (next == 0))
-                toggle(*active[i], kAllRows);
-            winding[0] = next;
+            reach = std::max(reach, (*end)->max);
+            for (INT32 k = 0; k < kRows; ++k)
+                cross |= end[-1]->columns[k] > end[0]->columns[k];
         }
-        else
+        if (cross)
         {
-            if (uniform)
-                std::fill(winding + 1, winding + kRows, winding[0]);
-            sweepRows(active + i, end - i, winding);
-            uniform = std::all_of(winding + 1, winding + kRows, [&](INT32 w) { return w == winding[0]; });
+            sweepRows(chain, end, winding);
+            chain = end;
+            continue;
         }
-        i = end;
+        for (; chain < end; ++chain)
+        {
+            const UINT64 added = (*chain)->winding > 0 ? kOnes : kAllRows; // +1 or -1 in each byte
+            const UINT64 next = addBytes(winding, added & (*chain)->rows);
+            const UINT64 changed = topsOfNonZero(winding) ^ topsOfNonZero(next);
+            if (changed != 0)
+                toggle(**chain, changed == kTops ? kAllRows : changed);
+            winding = next;
+        }
     }
 }
 
-/// The same for some chains, row by row.
+/// The same row by row, for chains that cross each other.
 template <INT32 kSampleRows>
-void Picture<kSampleRows>::sweepRows(KxcEdgeChain** first, INT32 count, INT32* winding)
+void Picture<kSampleRows>::sweepRows(KxcEdgeChain** first, KxcEdgeChain** end, UINT64& winding)
 {
-    const auto pass = [&](const KxcEdgeChain& chain, INT32 k)
-    {
-        const INT32 next = winding[k] + chain.winding;
-        if ((winding[k] == 0) != (next == 0))
-            m_row.hiRes[chain.columns[k] >> 3] ^= UINT64(1) << ((chain.columns[k] & 7) * 8 + k);
-        winding[k] = next;
-    };
+    UINT64 windingBehind = 0;
     for (INT32 k = 0; k < kRows; ++k)
     {
         const auto before = [k](const KxcEdgeChain* a, const KxcEdgeChain* b) { return a->columns[k] < b->columns[k]; };
         // Those that cross this row, in its order. The next row's is much the same.
-        KxcEdgeChain** const end = std::partition(
-            first, first + count, [k](const KxcEdgeChain* chain) { return (chain->mask >> k & 1) != 0; });
-        if (end - first > 16)
-            std::sort(first, end, before);
+        KxcEdgeChain** const last =
+            std::partition(first, end, [k](const KxcEdgeChain* chain) { return (chain->rows >> (8 * k) & 0xFF) != 0; });
+        if (last - first > 16)
+            std::sort(first, last, before);
         else
-            for (KxcEdgeChain** i = first + (end > first); i < end; ++i)
+            for (KxcEdgeChain** i = first; i < last; ++i)
                 for (KxcEdgeChain** place = i; place > first && before(place[0], place[-1]); --place)
                     std::swap(place[0], place[-1]);
-        for (KxcEdgeChain** chain = first; chain < end; ++chain)
-            pass(**chain, k);
+        INT32 sum = static_cast<INT8>(winding >> (8 * k));
+        for (KxcEdgeChain** chain = first; chain < last; ++chain)
+        {
+            const INT32 next = sum + (*chain)->winding, column = (*chain)->columns[k];
+            if ((sum == 0) != (next == 0))
+                m_row.hiRes[column >> 3] ^= UINT64(1) << ((column & 7) * 8 + k);
+            sum = next;
+        }
+        windingBehind |= static_cast<UINT64>(static_cast<UINT8>(sum)) << (8 * k);
     }
+    winding = windingBehind;
 }
 
 /// Without samples: runs of covered pixels, as spans of no pixels with covered ones between them.
@@ -386,7 +407,7 @@ void Picture<kSampleRows>::spansFromAET()
         windingToToggles();
     else
         for (INT32 i = 0; i < m_row.active.count(); ++i)
-            toggle(*m_row.active[i], m_row.active[i]->mask);
+            toggle(*m_row.active[i], m_row.active[i]->rows);
     UINT32 inside = 0;
     for (INT32 i = 0; i < spans.count(); ++i)
         convertSpan(spans[i], inside);
@@ -426,8 +447,8 @@ INT32 Picture<kSampleRows>::endOfLikeRows(INT32 y) const
     for (INT32 i = 0; i < m_row.active.count(); ++i)
     {
         const KxcEdgeChain& chain = *m_row.active[i];
-        if (chain.indexed || chain.step != 0 || chain.min != chain.max ||
-            chain.columns[0] != clampColumn(chain.x >> 32) || chain.mask != (1u << kSampleRows) - 1)
+        const INT64 next = std::clamp<INT64>(chain.x >> 32, m_left, m_right);
+        if (chain.step != 0 || chain.indexed || chain.rows != kAllRows || chain.min != chain.max || chain.min != next)
             return y + 1;
         end = std::min(end, chain.edgeEnd / kSampleRows);
     }

@@ -47,7 +47,7 @@ public:
         const INT64 width = translator.m_perceivedWidth.raw();
         m_half = static_cast<INT32>(width / 2);
         // Corners whose offsets' product is below 0.1, in user space and on the surface, are not seen.
-        const INT64 scale = std::max(translator.rowLength(0), translator.rowLength(1));
+        const INT64 scale = std::max(translator.m_rowLength[0], translator.m_rowLength[1]);
         const INT64 widest = std::max<INT64>(m_half, m_half * std::min<INT64>(scale, INT32_MAX) >> 16);
         const INT64 square = std::max<INT64>(1, widest * std::min<INT64>(widest, INT32_MAX) >> 16);
         m_straight = std::min<INT64>(kOne, (INT64(6554) << kUnitBits) / square);
@@ -209,7 +209,7 @@ void KxcPrimitiveTranslator::createRoundingCircle()
         return;
     }
     const auto& m = m_transformation.m;
-    const INT64 longer = std::max(rowLength(0), rowLength(1)), shorter = std::min(rowLength(0), rowLength(1));
+    const INT64 longer = std::max(m_rowLength[0], m_rowLength[1]), shorter = std::min(m_rowLength[0], m_rowLength[1]);
     const INT64 skew = (static_cast<INT64>(m[0][0].raw()) * m[1][0].raw() >> 1) +
                        (static_cast<INT64>(m[0][1].raw()) * m[1][1].raw() >> 1);
     m_circleIsRound =
@@ -254,7 +254,7 @@ void KxcPrimitiveTranslator::addPolygonCircle(const KxcVector2& point)
 {
     constexpr INT32 kTurn = 411775; // 16.16
     const INT64 radius = m_perceivedWidth.raw() / 2;
-    const INT64 onSurface = radius * std::min<INT64>(std::max(rowLength(0), rowLength(1)), INT32_MAX) >> 16;
+    const INT64 onSurface = radius * std::min<INT64>(std::max(m_rowLength[0], m_rowLength[1]), INT32_MAX) >> 16;
     const INT32 count = curveSegments(6 * onSurface, 12, 120);
     INT32 first = -1, last = -1;
     for (INT32 i = 0; i < count; ++i)
