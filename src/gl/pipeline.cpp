@@ -40,16 +40,11 @@ KxcFixed times(INT32 whole, KxcFixed value)
     return KxcFixed::fromRaw(static_cast<INT32>(static_cast<UINT32>(whole) * static_cast<UINT32>(value.raw())));
 }
 
-UINT32 averageColor(const KxcGLClipVertex (&corners)[3])
+UINT32 averageColor(UINT32 a, UINT32 b, UINT32 c)
 {
     UINT32 color = 0;
     for (INT32 shift = 0; shift < 32; shift += 8)
-    {
-        UINT32 sum = 0;
-        for (const KxcGLClipVertex& corner : corners)
-            sum += corner.color >> shift & 255;
-        color |= sum / 3 << shift;
-    }
+        color |= ((a >> shift & 255) + (b >> shift & 255) + (c >> shift & 255)) / 3 << shift;
     return color;
 }
 
@@ -302,50 +297,53 @@ INT32 KxcGLPipeline::renderTriangle(const Call& call, INT32 record, const INT32 
         screen[i] = call.firstScreen + vertices[i];
     if (outcodes == 0 && isCulled(m_screen[screen[0]], m_screen[screen[1]], m_screen[screen[2]]))
         return 0;
-    KxcGLClipVertex corners[3];
-    gather(call, record, vertices, corners);
     if (outcodes == 0)
-        return queue(call.batch, screen, {&corners[0], &corners[1], &corners[2]});
+    {
+        KxcGLTriangle* triangle = queue(call.batch, screen);
+        if (!triangle)
+            return -4;
+        KxcGLTriangle::Corners& corners = triangle->corners;
+        gather(call, record, vertices, corners.color, corners.u, corners.v);
+        return 0;
+    }
+    UINT32 colors[3];
+    KxcFixed u[3], v[3];
+    gather(call, record, vertices, colors, u, v);
     KxcGLPolygon polygon;
     for (INT32 i = 0; i < 3; ++i)
-        polygon.vertices[i] = corners[i];
+        polygon.vertices[i] = {m_work[vertices[i]].clip, colors[i], u[i], v[i]};
     polygon.count = 3;
     return queueClipped(call.batch, polygon, outcodes, true);
 }
 
-/// Positions, colours and texture coordinates of a triangle's corners; what the formats lack is 0.
-void KxcGLPipeline::gather(const Call& call, INT32 record, const INT32 (&vertices)[3], KxcGLClipVertex (&corners)[3])
+/// Colours and texture coordinates of a triangle's corners; what the formats lack is 0.
+inline void KxcGLPipeline::gather(const Call& call, INT32 record, const INT32 (&vertices)[3], UINT32 (&colors)[3],
+                                  KxcFixed (&u)[3], KxcFixed (&v)[3])
 {
     const UINT8* infoTexture = call.info ? call.info->field(record, KXCGLTRIANGLEINFO_TEXTURE) : nullptr;
     const UINT8* infoColors = call.info && !call.lit ? call.info->field(record, KXCGLTRIANGLEINFO_COLORS) : nullptr;
-    for (INT32 i = 0; i < 3; ++i)
+    if (infoTexture)
     {
-        const INT32 vertex = call.min + vertices[i];
-        KxcGLClipVertex& corner = corners[i];
-        corner.position = m_work[vertices[i]].clip;
-        KxcVector2 uv = {KxcFixed(0), KxcFixed(0)};
-        if (infoTexture)
-        {
-            std::memcpy(&uv.x, infoTexture + 4 * i, sizeof(uv.x));
-            std::memcpy(&uv.y, infoTexture + 12 + 4 * i, sizeof(uv.y));
-        }
-        else if (call.texture.first)
-            uv = readAt<KxcVector2>(call.texture, vertex);
-        corner.u = uv.x;
-        corner.v = uv.y;
-        corner.color = 0;
-        if (call.lit)
-            corner.color = litColor(vertices[i]);
-        else if (infoColors)
-            std::memcpy(&corner.color, infoColors + 4 * i, sizeof(corner.color));
-        else if (call.colors.first)
-            corner.color = readAt<UINT32>(call.colors, vertex);
+        std::memcpy(&u, infoTexture, sizeof(u));
+        std::memcpy(&v, infoTexture + sizeof(u), sizeof(v));
     }
-    if (hasVertexColors(call.batch->shading))
-        return;
-    const UINT32 color = averageColor(corners);
-    for (KxcGLClipVertex& corner : corners)
-        corner.color = color;
+    for (INT32 i = 0; i < 3 && !infoTexture; ++i)
+    {
+        KxcVector2 uv = {KxcFixed(0), KxcFixed(0)};
+        if (call.texture.first)
+            uv = readAt<KxcVector2>(call.texture, call.min + vertices[i]);
+        u[i] = uv.x;
+        v[i] = uv.y;
+    }
+    for (INT32 i = 0; i < 3; ++i)
+        if (call.lit)
+            colors[i] = litColor(vertices[i]);
+        else if (infoColors)
+            std::memcpy(&colors[i], infoColors + 4 * i, sizeof(colors[i]));
+        else
+            colors[i] = call.colors.first ? readAt<UINT32>(call.colors, call.min + vertices[i]) : 0;
+    if (!hasVertexColors(call.batch->shading))
+        colors[0] = colors[1] = colors[2] = averageColor(colors[0], colors[1], colors[2]);
 }
 
 /// Clips a polygon, projects what is left and queues it as a fan.
@@ -371,16 +369,22 @@ INT32 KxcGLPipeline::queueFan(const KxcGLBatchState* batch, const KxcGLPolygon& 
     {
         if (cull && isCulled(screen[0], screen[i], screen[i + 1]))
             continue;
-        const INT32 status = queue(batch, {first, first + i, first + i + 1},
-                                   {&polygon.vertices[0], &polygon.vertices[i], &polygon.vertices[i + 1]});
-        if (status != 0)
-            return status;
+        KxcGLTriangle* triangle = queue(batch, {first, first + i, first + i + 1});
+        if (!triangle)
+            return -4;
+        for (INT32 corner = 0; corner < 3; ++corner)
+        {
+            const KxcGLClipVertex& vertex = polygon.vertices[corner == 0 ? 0 : i + corner - 1];
+            triangle->corners.u[corner] = vertex.u;
+            triangle->corners.v[corner] = vertex.v;
+            triangle->corners.color[corner] = vertex.color;
+        }
     }
     return 0;
 }
 
-INT32 KxcGLPipeline::queue(const KxcGLBatchState* batch, const INT32 (&screen)[3],
-                           const KxcGLClipVertex* const (&corners)[3])
+/// A new record, but for its colours and texture coordinates; null when memory runs out.
+KxcGLTriangle* KxcGLPipeline::queue(const KxcGLBatchState* batch, const INT32 (&screen)[3])
 {
     const KxcVector4 &a = m_screen[screen[0]], &b = m_screen[screen[1]], &c = m_screen[screen[2]];
     const bool orthographic = state.isOn(KXCGLSTATE_ORTHOGRAPHIC);
@@ -388,17 +392,12 @@ INT32 KxcGLPipeline::queue(const KxcGLBatchState* batch, const INT32 (&screen)[3
     const KxcFixed limit = state.perspectiveLimit();
     KxcGLTriangle* triangle = m_queue.add(state.keyBias() + static_cast<UINT32>(sum.raw()) + kKeyBase);
     if (!triangle)
-        return -4;
+        return nullptr;
     for (INT32 i = 0; i < 3; ++i)
-    {
         triangle->corners.vertex[i] = screen[i];
-        triangle->corners.u[i] = corners[i]->u;
-        triangle->corners.v[i] = corners[i]->v;
-        triangle->corners.color[i] = corners[i]->color;
-    }
     triangle->corners.perspective = !orthographic && (a.w <= limit || b.w <= limit || c.w <= limit);
     triangle->batch = batch;
-    return 0;
+    return triangle;
 }
 
 /// The winding on the screen. Differences lose ten bits, so that the products fit 32.

@@ -85,10 +85,11 @@ private:
     INT32 renderTriangles(const Call& call, INT32 type);
     INT32 renderTriangle(const Call& call, INT32 record, const INT32 (&vertices)[3]);
     INT32 renderCustomItems(const Call& call);
-    void gather(const Call& call, INT32 record, const INT32 (&vertices)[3], KxcGLClipVertex (&corners)[3]);
+    void gather(const Call& call, INT32 record, const INT32 (&vertices)[3], UINT32 (&colors)[3], KxcFixed (&u)[3],
+                KxcFixed (&v)[3]);
     INT32 queueClipped(const KxcGLBatchState* batch, KxcGLPolygon& polygon, INT32 outcodes, bool cull);
     INT32 queueFan(const KxcGLBatchState* batch, const KxcGLPolygon& polygon, const KxcVector4* screen, bool cull);
-    INT32 queue(const KxcGLBatchState* batch, const INT32 (&screen)[3], const KxcGLClipVertex* const (&corners)[3]);
+    KxcGLTriangle* queue(const KxcGLBatchState* batch, const INT32 (&screen)[3]);
     bool isCulled(const KxcVector4& a, const KxcVector4& b, const KxcVector4& c) const;
     static void buildQuad(const Sprite& sprite, KxcGLPolygon& quad);
 

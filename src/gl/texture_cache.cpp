@@ -3,10 +3,8 @@
 
 #include <kxcoreemb/gl_texture.h>
 
-KxcGLSurface* KxcGLTextureCache::request(INT32 wanted)
+KxcGLSurface* KxcGLTextureCache::change(INT32 wanted)
 {
-    if (surface && current == locked && wanted == level)
-        return surface;
     if (!current || wanted < 0 || wanted >= current->getSurfaceCount())
         return nullptr;
 

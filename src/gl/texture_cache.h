@@ -18,7 +18,13 @@ struct KxcGLTextureCache
 
     void select(KxcGLTexture* texture) { current = texture; }
     /// The level of the current texture, locked. @return null where there is no such level or it cannot be loaded
-    KxcGLSurface* request(INT32 wanted);
+    KxcGLSurface* request(INT32 wanted)
+    {
+        return surface && current == locked && wanted == level ? surface : change(wanted);
+    }
     void release();
     void forget(KxcGLTexture* texture); ///< it is about to be destroyed
+
+private:
+    KxcGLSurface* change(INT32 wanted);
 };

@@ -4,21 +4,17 @@
 
 #include <utility>
 
-bool KxcGLTriangleQueue::init()
-{
-    return m_records.reserve(kStep, kStep) && m_keys.reserve(kStep, kStep) && m_order.reserve(kStep, kStep) &&
-           m_scratch.reserve(kStep, kStep);
-}
+bool KxcGLTriangleQueue::init() { return grow(); }
 
-KxcGLTriangle* KxcGLTriangleQueue::add(UINT32 key)
+bool KxcGLTriangleQueue::grow()
 {
     // order and scratch hold nothing between frames: room for all records is what they need
     const INT32 wanted = count() + 1;
     if (!m_records.reserve(1, kStep) || !m_keys.reserve(1, kStep) || !m_order.reserve(wanted, kStep) ||
         !m_scratch.reserve(wanted, kStep))
-        return nullptr;
-    *m_keys.append(1) = key;
-    return m_records.append(1);
+        return false;
+    m_room = m_records.capacity();
+    return true;
 }
 
 void KxcGLTriangleQueue::sort(INT32 order)

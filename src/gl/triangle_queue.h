@@ -18,7 +18,13 @@ public:
     bool init(); ///< makes the first room; false when memory runs out
     void clear() { m_records.clear(), m_keys.clear(); }
     /// A new record, to be filled; null when memory runs out. Keys are compared as unsigned numbers.
-    KxcGLTriangle* add(UINT32 key);
+    KxcGLTriangle* add(UINT32 key)
+    {
+        if (m_records.count() == m_room && !grow())
+            return nullptr;
+        *m_keys.append(1) = key;
+        return m_records.append(1);
+    }
     void sort(INT32 order);
     INT32 count() const { return m_records.count(); }
     const KxcGLTriangle& at(INT32 place) { return m_records[m_sorted[place]]; }
@@ -27,6 +33,9 @@ private:
     static constexpr INT32 kStep = 500; // records by which it grows
     static constexpr INT32 kPasses = 4; // bytes of a key
 
+    bool grow();
+
+    INT32 m_room = 0; // for so many records there is room in all of:
     KxcGLArray<KxcGLTriangle> m_records;
     KxcGLArray<UINT32> m_keys;
     KxcGLArray<INT32> m_order, m_scratch;

@@ -10,7 +10,7 @@
 
 static_assert(static_cast<UINT32>(KXCSURFACEFLAG_READONLY) == KXCLOCK_READONLY, "lock() keeps the flag as it is");
 
-static constexpr INT32 kUnlocked = -1, kPaletteBytes = 256 * sizeof(UINT16);
+static constexpr INT32 kUnlocked = KxcGLSurfaceDescriptor::kUnlocked, kPaletteBytes = 256 * sizeof(UINT16);
 
 /// The bytes of a store, or 0.
 INT32 KxcGLSurfaceDescriptor::storeSize(INT32 width, INT32 height, INT32 format)

@@ -18,7 +18,7 @@ struct KxcGLSurfaceDescriptor
     void* pixels;     ///< the store; null while a resource's store is not there
     void* lockBuffer; ///< owned: the converted copy of a lock in a foreign format
     INT32 format;     ///< a KXCSURFACEFORMAT_, never 0
-    INT32 lockFormat; ///< -1 unlocked, 0 locked in the own format, else the foreign format
+    INT32 lockFormat; ///< kUnlocked, 0 locked in the own format, else the foreign format
     UINT32 colorKey;  ///< 0x00RRGGBB
     INT32 colorKeyEnabled;
     INT32 width, height;
@@ -36,6 +36,17 @@ struct KxcGLSurfaceDescriptor
 
     /// The bytes of a store, palette included; 0 when the size or format is refused or they exceed 2^31 - 1.
     static INT32 storeSize(INT32 width, INT32 height, INT32 format);
+
+    static constexpr INT32 kUnlocked = -1;
+    /// Locks the store as it is, for code that draws often: without telling the device. @return null when refused
+    void* lockOwn()
+    {
+        if (lockFormat != kUnlocked || (flags & KXCSURFACEFLAG_LOCKREFUSED))
+            return nullptr;
+        lockFormat = pixels ? 0 : kUnlocked;
+        return pixels;
+    }
+    void unlockOwn() { lockFormat = kUnlocked; } ///< after lockOwn() only
 
     INT32 bytesPerPixel() const { return static_cast<INT32>(kxcSurfaceFormats[format].bytesPerPixel); }
     INT32 pitch() const { return bytesPerPixel() * width; }

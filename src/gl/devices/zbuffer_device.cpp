@@ -116,7 +116,7 @@ INT64 depthOf(KxcFixed w)
 void ZBufferDevice::fillGouraud(const KxcGLTriangle* triangle, const KxcVector4* vertices)
 {
     kxcScan::Scan scan;
-    if (!scan.begin(*triangle, vertices))
+    if (!scan.begin(triangle->corners, vertices))
         return;
     INT64 corners[kValues][3];
     for (int i = 0; i < 3; ++i)
@@ -129,7 +129,8 @@ void ZBufferDevice::fillGouraud(const KxcGLTriangle* triangle, const KxcVector4*
         corners[kDepth][i] = depthOf(vertices[triangle->corners.vertex[corner]].w);
     }
     Row row;
-    scan.gradients(corners, kValues, row.gradient);
+    for (int i = 0; i < kValues; ++i)
+        row.gradient[i] = scan.gradient(corners[i]);
 
     const kxcScan::Target target;
     for (int part = 1; part <= 2; ++part) // above the middle corner, below it
@@ -143,7 +144,8 @@ void ZBufferDevice::fillGouraud(const KxcGLTriangle* triangle, const KxcVector4*
         kxcScan::Slope left, right, values[kValues];
         left.begin(leftEdge, scan.x, begin);
         right.begin(rightEdge, scan.x, begin);
-        kxcScan::beginAll(values, leftEdge, corners, kValues, begin);
+        for (int i = 0; i < kValues; ++i)
+            values[i].begin(leftEdge, corners[i], begin);
         for (INT64 y = begin; y < end; ++y)
         {
             const INT64 first = kxcScan::ceil(left.value), last = kxcScan::ceil(right.value);

@@ -1,66 +1,14 @@
 // policies.h - what the fillers are composed of: what a pixel is shaded with, what its texels are, how it is blended.
 //
-// Everything works on channels of five bits in vectors of eight 16-bit lanes, which the compiler maps to whatever the
-// machine has, down to plain registers; no product needs more than 16 bits. Internal linkage: a filler is one function
-// in one section.
+// Everything works on channels of five bits; no product needs more than 16 bits.
 #pragma once
+
+#include "gl/fillers/lanes.h"
 
 #include <kxcoreemb/pixel_converter.h>
 
-#include <cstring>
-
 namespace
 {
-
-constexpr int kLanes = 8;
-
-/// Eight 16-bit values, or pixels, next to each other. Comparisons answer all ones or zero.
-typedef UINT16 Lanes __attribute__((vector_size(kLanes * sizeof(UINT16))));
-
-inline Lanes broadcast(UINT16 v) { return Lanes{v, v, v, v, v, v, v, v}; }
-
-inline Lanes load(const UINT16* pixels)
-{
-    Lanes result;
-    std::memcpy(&result, pixels, sizeof(result));
-    return result;
-}
-
-inline void store(UINT16* pixels, Lanes value) { std::memcpy(pixels, &value, sizeof(value)); }
-
-template <class Mask>
-Lanes select(Mask mask, Lanes yes, Lanes no)
-{
-    const Lanes bits = reinterpret_cast<Lanes>(mask);
-    return (yes & bits) | (no & ~bits);
-}
-
-/// At index kLanes - n: n lanes of ones, zeros behind them.
-constexpr UINT16 kLaneMasks[2 * kLanes] = {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
-
-typedef UINT32 WideLanes __attribute__((vector_size(kLanes / 2 * sizeof(UINT32))));
-
-inline WideLanes broadcastWide(UINT32 v) { return WideLanes{v, v, v, v}; }
-
-/// An 8.16 channel along a span: the even pixels of a batch beside the odd ones, so that their top five bits fall into
-/// the low and the high halves of the same words, which are the lanes of the batch.
-struct ChannelRamp
-{
-    WideLanes even, odd, batch; // from the first pixel to the others, from batch to batch
-
-    void begin(UINT32 step)
-    {
-        even = WideLanes{0, 2 * step, 4 * step, 6 * step};
-        odd = even + step;
-        batch = broadcastWide(kLanes * step);
-    }
-};
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "elsewhere the even pixels belong in the high halves");
-
-inline Lanes topFiveBits(WideLanes even, WideLanes odd)
-{
-    return reinterpret_cast<Lanes>((even >> 19) | (odd >> 3 & 0x1F0000));
-}
 
 struct Channels
 {
@@ -79,7 +27,6 @@ struct TexelNone
     static constexpr int kColumn = 0;
     static constexpr bool kTextured = false, kCutOut = false;
     static constexpr INT32 kFormat = 0;
-    static UINT16 fetch(const UINT16*, const void*, UINT32) { return 0; }
 };
 
 struct Texel55X5

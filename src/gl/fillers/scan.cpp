@@ -21,9 +21,9 @@ static INT64 multiplyHigh(INT64 a, INT64 b)
     return add(multiply(a >> kPerspectiveShift, b), multiply(a & kLow, b) >> kPerspectiveShift);
 }
 
-bool Scan::begin(const KxcGLTriangle& triangle, const KxcVector4* vertices)
+bool Scan::begin(const KxcGLTriangle::Corners& record, const KxcVector4* vertices)
 {
-    const INT32* vertex = triangle.corners.vertex;
+    const INT32* vertex = record.vertex;
     INT32 top = 0, middle = 1, bottom = 2;
     const auto sort = [&](INT32& upper, INT32& lower)
     {
@@ -86,60 +86,45 @@ void Scan::divideByW(const KxcGLTriangle::Corners& record, const KxcVector4* ver
     }
 }
 
-void Scan::gradients(const INT64 (*corners)[3], int count, INT64* results) const
+Target::Target() : surface(nullptr), pixels(nullptr), width(0), height(0)
 {
-    for (int i = 0; i < count; ++i)
-        results[i] = gradient(corners[i]);
-}
-
-void Slope::begin(const Edge& edge, const INT64* corners, INT64 row)
-{
-    step = scale(subtract(corners[edge.to], corners[edge.from]), edge.inverse);
-    value = add(corners[edge.from], scale(step, edge.lead));
-    if (row > edge.first)
-        value = add(value, multiply(step, row - edge.first));
-}
-
-void beginAll(Slope* slopes, const Edge& edge, const INT64 (*corners)[3], int count, INT64 row)
-{
-    for (int i = 0; i < count; ++i)
-        slopes[i].begin(edge, corners[i], row);
-}
-
-Target::Target() : surface(kxcCore && kxcCore->device ? kxcCore->device->getSecondary() : nullptr), width(0), height(0)
-{
-    void* store = nullptr;
-    if (surface && surface->getFormat() == KXCSURFACEFORMAT_55X5 && surface->lock(&store, 0, 0))
-    {
-        width = surface->getWidth();
-        height = surface->getHeight();
-    }
-    pixels = static_cast<UINT16*>(store);
+    KxcGLSurface* target = kxcCore && kxcCore->device ? kxcCore->device->getSecondary() : nullptr;
+    KxcGLSurfaceDescriptor* descriptor = target ? KxcGLSurfaceDescriptor::of(target) : nullptr;
+    if (!descriptor || descriptor->format != KXCSURFACEFORMAT_55X5)
+        return;
+    pixels = static_cast<UINT16*>(descriptor->lockOwn());
+    if (!pixels)
+        return;
+    surface = descriptor;
+    width = descriptor->width;
+    height = descriptor->height;
 }
 
 Target::~Target()
 {
-    if (width)
-        surface->unlock();
+    if (surface)
+        surface->unlockOwn();
 }
 
 bool Level::open(INT32 wanted, INT32 format)
 {
+    KxcGLTextureCache& cache = kxcCore->textureCache;
     level = wanted;
-    KxcGLSurface* surface = kxcCore->textureCache.request(wanted);
-    if (!surface)
+    KxcGLSurface* found = cache.request(wanted);
+    if (!found)
     {
         level = 0;
-        surface = kxcCore->textureCache.request(0);
+        found = cache.request(0);
     }
-    if (!surface || surface->getFormat() != format)
+    const KxcGLSurfaceDescriptor* surface = found ? KxcGLSurfaceDescriptor::of(found) : nullptr;
+    if (!surface || surface->format != format)
         return false;
-    const UINT32 width = static_cast<UINT32>(surface->getWidth()), height = static_cast<UINT32>(surface->getHeight());
+    const UINT32 width = static_cast<UINT32>(surface->width), height = static_cast<UINT32>(surface->height);
     const bool paletted = format == KXCSURFACEFORMAT_PALETTE8;
-    palette = static_cast<const UINT16*>(KxcGLSurfaceDescriptor::of(surface)->pixels);
+    palette = static_cast<const UINT16*>(surface->pixels);
     texels = palette + (paletted ? 256 : 0);
-    uMask = width - 1;
-    vMask = (height - 1) << 16;
+    uMask = broadcastWide(width - 1);
+    vMask = broadcastWide((height - 1) << 16);
     vShift = 16 - static_cast<UINT32>(__builtin_ctz(width));
     return true;
 }

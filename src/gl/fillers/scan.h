@@ -4,9 +4,10 @@
 // overflow all the same wraps. Values are carried along the left edges only.
 #pragma once
 
+#include "gl/fillers/lanes.h"
 #include "gl/triangle.h"
 
-class KxcGLSurface;
+struct KxcGLSurfaceDescriptor;
 
 namespace kxcScan
 {
@@ -34,11 +35,26 @@ inline INT64 divideByRun(INT64 way, INT64 pixels)
     static constexpr UINT64 kReciprocals[] = {0,         UINT64(1) << 32, 1u << 31,  1431655766, 1u << 30,  858993460,
                                               715827883, 613566757,       1u << 29,  477218589,  429496730, 390451573,
                                               357913942, 330382100,       306783379, 286331154,  1u << 28};
-    const UINT64 size = static_cast<UINT64>(way < 0 ? subtract(0, way) : way) / 32;
+    const INT64 sign = way >> 63; // all ones or zero: no jump, it would often be predicted wrong
+    const UINT64 size = static_cast<UINT64>(subtract(way ^ sign, sign)) / 32;
     if (size >> 28)
         return way / (32 * pixels);
-    const INT64 quotient = static_cast<INT64>(size * kReciprocals[pixels] >> 32);
-    return way < 0 ? -quotient : quotient;
+    return (static_cast<INT64>(size * kReciprocals[pixels] >> 32) ^ sign) - sign;
+}
+
+/// For so many pixels, a channel with one of these gradients changes by less than half of what limitChannel leaves.
+inline INT64 safeDistance(const INT64* gradients, int count)
+{
+    INT64 bits = 1;
+    for (int i = 0; i < count; ++i)
+        bits |= gradients[i] ^ gradients[i] >> 63;
+    return INT64(1) << 29 >> (64 - __builtin_clzll(static_cast<UINT64>(bits)));
+}
+/// An 8.16 channel, which rounding may have carried far out of 0..255, in 32 bits.
+inline INT64 limitChannel(INT64 value)
+{
+    constexpr INT64 kLimit = 1 << 30;
+    return value < -kLimit ? -kLimit : value < kLimit ? value : kLimit;
 }
 
 /// A side of the triangle, from a corner down to another; covers rows first to end - 1.
@@ -56,11 +72,15 @@ struct Slope
     INT64 value, step; // at the current row; from row to row
 
     /// @param corners  the value at the corners from top to bottom, here and below
-    void begin(const Edge& edge, const INT64* corners, INT64 row);
+    void begin(const Edge& edge, const INT64* corners, INT64 row)
+    {
+        step = scale(subtract(corners[edge.to], corners[edge.from]), edge.inverse);
+        value = add(corners[edge.from], scale(step, edge.lead));
+        if (row > edge.first)
+            value = add(value, multiply(step, row - edge.first));
+    }
     void next() { value = add(value, step); }
 };
-
-void beginAll(Slope* slopes, const Edge& edge, const INT64 (*corners)[3], int count, INT64 row);
 
 /// The geometry of one triangle.
 struct Scan
@@ -73,7 +93,7 @@ struct Scan
     bool longOnRight;
 
     /// @return false where there is nothing to draw
-    bool begin(const KxcGLTriangle& triangle, const KxcVector4* vertices);
+    bool begin(const KxcGLTriangle::Corners& record, const KxcVector4* vertices);
     /// Texture coordinates of the corners, in texels of level 0. There is a current texture.
     void textureCorners(const KxcGLTriangle::Corners& record, INT64* u, INT64* v) const;
     /// Makes of them what is linear on the screen: q, which stands for 1 / w, and u and v times q.
@@ -85,8 +105,6 @@ struct Scan
         const INT64 across = add(corners[0], scale(subtract(corners[2], corners[0]), ratio));
         return multiply(subtract(across, corners[1]), kOne) / width;
     }
-    /// The same for several.
-    void gradients(const INT64 (*corners)[3], int count, INT64* results) const;
 };
 
 /// The render target, locked for as long as this lives; width is 0 where there is none.
@@ -104,7 +122,7 @@ struct Target
         return all >= count ? pixels + (all - count) : nullptr;
     }
 
-    KxcGLSurface* surface;
+    KxcGLSurfaceDescriptor* surface;
     UINT16* pixels;
     INT32 width, height;
 };
@@ -115,7 +133,8 @@ struct Level
     INT32 level;
     const UINT16* palette; // PALETTE8
     const void* texels;    // UINT16; PALETTE8: UINT8
-    UINT32 uMask, vMask, vShift;
+    WideLanes uMask, vMask;
+    UINT32 vShift;
 
     /// Opens a level, or level 0 where there is no such level. @return false where neither can be had in the format
     bool open(INT32 wanted, INT32 format);

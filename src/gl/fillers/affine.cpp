@@ -1,8 +1,0 @@
-// affine.cpp - the textured fillers without perspective correction.
-//
-// Every function has a section of its own, so a game carries only the fillers that it names.
-#include "gl/fillers/fill_triangle.h"
-
-#include <kxcoreemb/gl_fillers.h>
-
-KXC_GL_AFFINE_FILLERS(KXC_GL_DEFINE_FILLER)
