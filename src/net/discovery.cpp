@@ -12,6 +12,7 @@ namespace
 
 constexpr UINT32 kAnswerDelayMs = 100; // spares the inquirer when many answer at once
 constexpr INT32 kDatagramSize = 512;
+constexpr INT32 kNamePatienceMs = 250;
 
 } // namespace
 
@@ -141,18 +142,15 @@ INT32 KxcInetDiscovery::collectAnswer()
         return 1;
 
     KxcInetAdvertiser* advertiser = KxcInetAdvertiser::create(sender, bytes, length);
-    KxcInetHostResolver* resolver = KxcInetHostResolver::create();
-    if (advertiser && resolver)
-    {
-        resolver->remoteName(sender, *advertiser->getHostEntry());
-        advertiser->getHostEntry()->getAddress()->setPort(advertiser->getGamePort());
-    }
-    const bool made = advertiser && resolver;
-    delete resolver;
+    if (!advertiser)
+        return 0;
+    KxcInetHostEntry* host = advertiser->getHostEntry();
+    host->getAddress()->setPort(advertiser->getGamePort());
+    names.find(*host, kNamePatienceMs);
 
     mutex->lock();
-    bool listed = made;
-    if (made && inquiry == inquiries && inquirySocket)
+    bool listed = true;
+    if (inquiry == inquiries && inquirySocket)
     {
         listed = found.add(advertiser) != 0;
         if (listed)

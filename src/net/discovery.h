@@ -1,13 +1,14 @@
 // discovery.h - the thread behind KxcInetCommService: it answers inquiries and collects answers.
 //
-// One lock guards all of it. The thread lets go of it while it waits and while it looks a name up, which may take
-// seconds; it keeps it while the listener is called, so that nobody is called after cancelInquiry().
+// One lock guards all of it. The thread lets go of it while it waits and while it looks a name up; it keeps it while
+// the listener is called, so that nobody is called after cancelInquiry().
 #pragma once
 
 #include <kxcoreemb/advertiser.h>
 #include <kxcoreemb/socket.h>
 #include <kxcoreemb/thread.h>
 
+#include "net/name_lookup.h"
 #include "net/wake_socket.h"
 
 class KxcInetDiscovery : public KxcThreadObject
@@ -55,5 +56,6 @@ private:
     INT32 answerCount = 0;
     KxcInetCommService* service = nullptr;
     UINT32 inquiries = 0; // so far: tells whether an answer still belongs to the present one
+    KxcNameLookup names;  // the thread's
     KxcLinkedList<KxcAdvertiser*> found;
 };
