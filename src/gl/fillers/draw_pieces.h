@@ -45,7 +45,9 @@ struct Sampler
     WideLanes u, v, uStep, vStep; // half a batch
 
     Sampler(const kxcScan::Level& of, const Piece& piece)
-        : level(of), uStep(broadcastWide(piece.uStep)), vStep(broadcastWide(piece.vStep))
+        : level(of),
+          uStep(broadcastWide(piece.uStep)),
+          vStep(broadcastWide(piece.vStep))
     {
         std::memcpy(&u, piece.u, sizeof(u));
         std::memcpy(&v, piece.v, sizeof(v));

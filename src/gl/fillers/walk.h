@@ -181,6 +181,12 @@ private:
         }
     }
 
+    /// At a pixel. Passed by value to what is not inlined, so that a row can keep it in registers.
+    struct Channels
+    {
+        INT64 at[kChannels + 1];
+    };
+
     /// @param left, right   the span's pixels, of which begin to end - 1 lie on the target
     /// @param lead          from the left edge to the first pixel of the span, 0..0xFFFF
     __attribute__((always_inline)) void row(UINT16* pixels, INT64 left, INT64 right, INT64 begin, INT64 end, INT64 lead,
@@ -188,14 +194,14 @@ private:
     {
         const auto atLeft = [&](int i) { return add(values[i].value, scale(m_gradient[i], lead)); };
 
-        INT64 channel[kChannels + 1];
+        Channels channel;
         for (int c = 0; c < kChannels; ++c)
-            channel[c] = atLeft(c);
+            channel.at[c] = atLeft(c);
         if (begin > left)
         {
             advance(channel, begin - left);
             for (int c = 0; c < kChannels; ++c)
-                channel[c] = kxcScan::limitChannel(channel[c]);
+                channel.at[c] = kxcScan::limitChannel(channel.at[c]);
         }
         if constexpr (kMapping == Mapping::kPerspective)
         {
@@ -229,7 +235,7 @@ private:
     }
 
     /// 1 to kRun - 1 pixels, all of them on the target: what perspectiveRuns makes of them, without its generality.
-    void perspectiveRow(UINT16* out, INT64 count, const INT64* channel, INT64 q, INT64 uq, INT64 vq)
+    void perspectiveRow(UINT16* out, INT64 count, const Channels& channel, INT64 q, INT64 uq, INT64 vq)
     {
         using kxcScan::divideByRun, kxcScan::subtract;
         const INT64 endQ = add(q, multiply(m_gradient[kQ], count));
@@ -242,7 +248,7 @@ private:
     }
 
     __attribute__((noinline)) void perspectiveRuns(UINT16* pixels, INT64 left, INT64 right, INT64 begin, INT64 end,
-                                                   INT64* channel, INT64 q, INT64 uq, INT64 vq)
+                                                   Channels channel, INT64 q, INT64 uq, INT64 vq)
     {
         INT64 x = left, length = (right - left) & (kRun - 1);
         length = length ? length : kRun;
@@ -284,13 +290,13 @@ private:
         }
     }
 
-    void advance(INT64* channel, INT64 pixels) const
+    void advance(Channels& channel, INT64 pixels) const
     {
         for (int c = 0; c < kChannels; ++c)
-            channel[c] = add(channel[c], multiply(m_gradient[c], pixels));
+            channel.at[c] = add(channel.at[c], multiply(m_gradient[c], pixels));
     }
 
-    void addPiece(UINT16* out, INT64 count, const INT64* channel, UINT32 u, UINT32 v, UINT32 uStep, UINT32 vStep)
+    void addPiece(UINT16* out, INT64 count, const Channels& channel, UINT32 u, UINT32 v, UINT32 uStep, UINT32 vStep)
     {
         Piece& piece = *m_next++;
         piece.out = out;
@@ -303,7 +309,7 @@ private:
             piece.vStep = vStep;
         }
         for (int c = 0; c < kChannels; ++c)
-            piece.channel[c] = static_cast<UINT32>(channel[c]);
+            piece.channel[c] = static_cast<UINT32>(channel.at[c]);
         if (m_next == m_pieces + kPieces)
             flush();
     }
