@@ -49,7 +49,7 @@ INT32 readRun(const KxcAudioState& voice, KxcMixKernels::Resample resample, bool
     if (voice.playhead >= limit) // the end was moved before it: one sample is heard before that takes effect
         limit = voice.playhead + 1, wanted = 1;
     KxcMixSource source = {sampleAt(voice.data, voice.format.flags, voice.playhead), voice.fraction, voice.step};
-    UINT8 lastAndFirst[2 * 4 + kKxcMixSlack];
+    alignas(4) UINT8 lastAndFirst[2 * 4 + kKxcMixSlack];
     if (linear && voice.playhead == last)
     {
         const size_t bytes = voice.bytesPerSample();

@@ -122,7 +122,7 @@ TEST(Mixing, TheLoopsForNewMachinesGiveTheBitsOfThePlainOnes)
     {
         const UINT32 layout = below(8u), quality = below(2u), channels = below(2u);
         const INT32 count = 1 + below(size_t(kKxcMixBlock));
-        const KxcMixSource source = {samples.data() + below(size_t(64)), below(65536u), below(8 * 65536u)};
+        const KxcMixSource source = {samples.data() + below(size_t(16)) * 4, below(65536u), below(8 * 65536u)};
         INT16 block[kKxcMixBlock * 2], plainBlock[kKxcMixBlock * 2];
         fast.resample[quality][layout](block, source, count);
         kxcMixKernelsBase.resample[quality][layout](plainBlock, source, count);
