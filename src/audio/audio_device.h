@@ -96,10 +96,10 @@ public:
     virtual ~KxcAudioDevice();
     virtual INT32 getPrimaryData(KxcAudioBuffer* buffer, INT32 offset, INT32 count);
 
-    // The platform's side (wave_output.cpp).
+    // The platform's side (wave_output.cpp): the output's lock is held, the device's is not.
     /// Closes what is open, then tries for two seconds. @return the format obtained; 1 Hz, 1 sample without an output
     virtual KxcAudioFormat openOutput(const KxcAudioFormat& format);
-    virtual void closeOutput(); ///< waits for the audio thread: call it without the device's lock
+    virtual void closeOutput(); ///< waits for the audio thread
 
 protected:
     static constexpr INT32 kMostChannels = 256;
@@ -129,8 +129,10 @@ protected:
     template <class R, class F>
     R ofSound(UINT32 id, R neutral, F f);
 
+    void setOpen(bool open); // takes the device's lock
+
     // Mixing (audio_mixing.cpp); the device's lock is held.
-    bool startOutput(KxcAudioFormat wanted); // opens it and makes the primary buffer
+    bool makePrimary(const KxcAudioFormat& obtained); // of the output; empty
     void mixRegion(INT32 position, INT32 count);
     void mixChannel(KxcAudioChannel& channel, INT32 position, INT32 count);
     bool fillRing(KxcAudioChannel& channel, KxcAudioBuffer*& ring, INT32 count);
@@ -138,11 +140,13 @@ protected:
     void copyPrimary(void* target, const KxcAudioFormat& format, INT32 count, INT32 position, KxcFixed volume);
     INT32 primaryLength() const;
 
-    bool m_open = false, m_suspended = false, m_formatSet = false;
+    bool m_open = false, m_suspended = false;
+    bool m_formatSet = false;
     INT32 m_channelCount = 0, m_cursor = 0; // the cursor: where the search for a channel starts
     UINT32 m_quality = 0;
     KxcFixed m_masterVolume{1};
-    KxcAudioFormat m_wanted, m_format;     // what was asked for last; the output's
+    KxcAudioFormat m_wanted;               // what was asked for last; the output's lock guards it and m_formatSet
+    KxcAudioFormat m_format;               // the output's
     KxcAudioChannel* m_channels = nullptr; // owned
     UINT64 m_active[kMostChannels / 64] = {};
     KxcFairMutex* m_mutex = nullptr;     // owned: the device's lock

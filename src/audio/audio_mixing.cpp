@@ -19,35 +19,42 @@ KxcAudioFormat KxcAudioDevice::getLastAudioFormat()
     return m_format;
 }
 
-bool KxcAudioDevice::startOutput(KxcAudioFormat wanted)
+void KxcAudioDevice::setOpen(bool open)
 {
-    const KxcAudioFormat obtained = openOutput(wanted);
+    DeviceHold hold(m_mutex);
+    m_open = open;
+}
+
+bool KxcAudioDevice::makePrimary(const KxcAudioFormat& obtained)
+{
     KxcAudioBuffer* primary = KxcAudioBuffer::create(obtained.samplingRate, obtained.flags | KXCAUDIO_LOOP,
                                                      obtained.samples, KxcFixed(1), KxcFixed::fromRaw(0x8000), 0);
     if (!primary)
         return false;
     delete m_primary;
     m_primary = primary;
-    m_wanted = wanted;
     m_format = obtained;
-    m_formatSet = true;
     m_read = m_write = 0;
     kxcMixSilence({primary->state->data, obtained.samples, obtained.flags, 0, obtained.samples});
     m_silent = obtained.samples;
     return true;
 }
 
+// The platform may have a lock of its own, which it holds while it calls fillOutput(): so the output is opened, as it
+// is closed, without the device's. What it plays before all is ready is silence.
+
 KxcAudioFormat KxcAudioDevice::setAudioFormat(const KxcAudioFormat* format, INT32 channels, UINT32 quality)
 {
     Hold outputHold(m_outputMutex);
-    closeOutput();
+    setOpen(false);
+    m_wanted = format ? *format : getRecommendedAudioFormat();
+    m_wanted.flags &= ~KXCAUDIOSTATE_BITS;
+    m_formatSet = true;
+    const KxcAudioFormat obtained = openOutput(m_wanted);
     DeviceHold hold(m_mutex);
-    m_open = false;
-    KxcAudioFormat wanted = format ? *format : getRecommendedAudioFormat();
-    wanted.flags &= ~KXCAUDIOSTATE_BITS;
     channels = channels < 1 ? 1 : channels > kMostChannels ? kMostChannels : channels;
-    if (!startOutput(wanted) || !rebuildChannels(channels))
-        return KxcAudioFormat(); // what was opened finds the device closed and plays silence
+    if (!makePrimary(obtained) || !rebuildChannels(channels))
+        return KxcAudioFormat();
     m_quality = quality <= 1 ? quality : 0;
     m_open = true;
     return m_format;
@@ -58,19 +65,19 @@ INT32 KxcAudioDevice::openAudio()
     Hold outputHold(m_outputMutex);
     if (!m_formatSet)
         return 0;
-    closeOutput();
+    setOpen(false);
+    const KxcAudioFormat obtained = openOutput(m_wanted);
     DeviceHold hold(m_mutex);
-    m_open = startOutput(m_wanted) && m_channels;
+    m_open = makePrimary(obtained) && m_channels;
     return m_open;
 }
 
 INT32 KxcAudioDevice::closeAudio()
 {
     Hold outputHold(m_outputMutex);
+    const INT32 wasOpen = getAudioFormat().samples > 0;
+    setOpen(false);
     closeOutput();
-    DeviceHold hold(m_mutex);
-    const INT32 wasOpen = m_open;
-    m_open = false;
     return wasOpen;
 }
 
