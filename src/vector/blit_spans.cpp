@@ -86,7 +86,8 @@ private:
     void mix(INT32 x, UINT32 weight) const
     {
         const UINT32 color = colors[x], alpha = (color >> 24) + 4;
-        const UINT32 cover = weight * ((alpha * 32 + (alpha >> 3)) >> 8) >> 5; // 0..32, as opacities become
+        // 0..32, as opacities become; rounded up, so that no sum with the premultiplied colour exceeds its channel.
+        const UINT32 cover = (weight * ((alpha * 32 + (alpha >> 3)) >> 8) + 31) >> 5;
         const UINT32 source = convertPixel<KXCSURFACEFORMAT_X888, KXCSURFACEFORMAT_55X5>(color);
         if (cover == 32)
             row[x] = static_cast<UINT16>(source);
@@ -209,15 +210,15 @@ UINT32* as32(UINT8* row) { return reinterpret_cast<UINT32*>(row); }
 template <class Blit>
 void KxcPrimitiveDraw::blitSpans(const Blit& blit)
 {
-    const KxcPrimitiveSpan* span = m_row->spans.items();
-    const KxcPrimitiveSpan* const last = span + m_row->spans.count() - 1;
+    const KxcPrimitiveSpan* const spans = m_row->spans.items();
     const UINT8* const coverage = m_row->loRes;
-    for (; span <= last; ++span)
+    for (INT32 i = 0, count = m_row->spans.count(); i < count; ++i)
     {
-        for (INT32 x = span->start; x < span->end; ++x)
+        const KxcPrimitiveSpan& span = spans[i];
+        for (INT32 x = span.start; x < span.end; ++x)
             blit.pixel(x, coverage[x]);
-        if (span->interior != 0 && span != last && span->end < span[1].start)
-            blit.run(span->end, span[1].start, static_cast<UINT32>(span->interior));
+        if (span.interior != 0 && i + 1 < count && span.end < spans[i + 1].start)
+            blit.run(span.end, spans[i + 1].start, static_cast<UINT32>(span.interior));
     }
 }
 

@@ -126,7 +126,9 @@ void KxcPrimitiveDrawEdgeSet::addNearLine(const KxcPrimitivePoint& top, const Kx
     INT32 shift = 0;
     while ((dx >> shift) > INT32_MAX || (dx >> shift) < -INT32_MAX || (dy >> shift) > INT32_MAX)
         ++shift;
-    KxcLineEdge edge = {top.x * 65536, 0, static_cast<INT32>(endRow)};
+    // What is truncated below must not take a crossing in the very beginning of a column into the one before.
+    constexpr INT64 kNudge = 1 << 16;
+    KxcLineEdge edge = {top.x * 65536 + kNudge, 0, static_cast<INT32>(endRow)};
     if (dx != 0 && dy >> shift != 0)
     {
         edge.step = (dx >> shift) * (INT64(1) << 32) / (dy >> shift);

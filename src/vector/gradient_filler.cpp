@@ -192,7 +192,7 @@ void KxcPrimitiveDrawLinearGradientFiller::calculateGradientTransformation()
     if (!invertTransformation(inverse))
     {
         m_stepX = m_stepY = 0;
-        m_origin = kGradientEnd - 1;
+        m_origin = kGradientEnd - (kGradientEnd / kColors); // the last entry of the table alone
         return;
     }
     const KxcScaled half(1, -1);

@@ -373,11 +373,12 @@ template <bool kNonZero>
 void Picture<kSampleRows>::runsFromAET()
 {
     INT32 winding = 0;
-    for (INT32 i = 0; i + 1 < m_row.active.count(); ++i)
+    const INT32 count = m_row.active.count();
+    for (INT32 i = 0; i < count; ++i)
     {
         const KxcEdgeChain& chain = *m_row.active[i];
         winding = kNonZero ? winding + chain.winding : !winding;
-        const INT32 end = std::min(m_row.active[i + 1]->min, m_pixels);
+        const INT32 end = i + 1 < count ? std::min(m_row.active[i + 1]->min, m_pixels) : m_pixels;
         if (winding == 0 || chain.min >= end)
             continue;
         m_row.spans.add({chain.min, chain.min, 255});
@@ -411,6 +412,8 @@ void Picture<kSampleRows>::spansFromAET()
     UINT32 inside = 0;
     for (INT32 i = 0; i < spans.count(); ++i)
         convertSpan(spans[i], inside);
+    if (inside != 0) // what ends it lies to the right of all that is drawn
+        spans.add({m_pixels, m_pixels, 0});
 }
 
 /// Turns the bits into coverage. `inside` tells for each of the eight rows whether the shape covers the column before.

@@ -49,7 +49,9 @@ inline KxcDirection kxcDirection(INT64 x, INT64 y)
     const INT32 shift = 33 - __builtin_clzll(extent); // what leaves 31 bits
     const INT64 scaledX = shift > 0 ? x >> shift : x * (INT64(1) << -shift);
     const INT64 scaledY = shift > 0 ? y >> shift : y * (INT64(1) << -shift);
-    const INT64 root = static_cast<INT64>(kxcSquareRoot(static_cast<UINT64>(scaledX * scaledX + scaledY * scaledY)));
+    const UINT64 square = static_cast<UINT64>(scaledX * scaledX + scaledY * scaledY);
+    const UINT64 guess = kxcSquareRoot(square);
+    const INT64 root = static_cast<INT64>((guess + square / guess + 1) / 2); // Newton's step: exact but for rounding
     return {static_cast<INT32>(scaledX * (INT64(1) << 24) / root),
             static_cast<INT32>(scaledY * (INT64(1) << 24) / root),
             shift > 0 ? root * (INT64(1) << shift) : (root + ((INT64(1) << -shift) >> 1)) >> -shift};

@@ -48,8 +48,9 @@ public:
         m_half = static_cast<INT32>(width / 2);
         // Corners whose offsets' product is below 0.1, in user space and on the surface, are not seen.
         const INT64 scale = std::max(translator.m_rowLength[0], translator.m_rowLength[1]);
-        const INT64 widest = std::max<INT64>(m_half, m_half * std::min<INT64>(scale, INT32_MAX) >> 16);
-        const INT64 square = std::max<INT64>(1, widest * std::min<INT64>(widest, INT32_MAX) >> 16);
+        const INT64 onSurface = m_half * std::min<INT64>(scale, INT32_MAX) >> 16;
+        const INT64 widest = std::min<INT64>(std::max<INT64>(m_half, onSurface), INT32_MAX);
+        const INT64 square = std::max<INT64>(1, widest * widest >> 16);
         m_straight = std::min<INT64>(kOne, (INT64(6554) << kUnitBits) / square);
         const INT64 limit = std::clamp<INT64>(translator.m_miterLimit.raw(), 0, 1024 << 16);
         m_miterSquare = limit * limit >> 16;
