@@ -19,7 +19,7 @@ constexpr INT32 kNamePatienceMs = 250;
 KxcInetDiscovery* KxcInetDiscovery::create()
 {
     KxcInetDiscovery* discovery = new (std::nothrow) KxcInetDiscovery;
-    if (discovery && !discovery->init())
+    if (discovery && !discovery->start())
     {
         delete discovery;
         discovery = nullptr;
@@ -27,27 +27,9 @@ KxcInetDiscovery* KxcInetDiscovery::create()
     return discovery;
 }
 
-INT32 KxcInetDiscovery::init()
-{
-    mutex = KxcMutex::create();
-    if (!mutex || !wake.open())
-        return 0;
-    running = true;
-    running = KxcThreadObject::create() != 0;
-    return running;
-}
-
 KxcInetDiscovery::~KxcInetDiscovery()
 {
-    if (running) // by this thread alone
-    {
-        mutex->lock();
-        running = false;
-        mutex->unlock();
-        wake.signal();
-        waitDeath();
-    }
-    delete mutex;
+    stop();
     delete advertiseSocket;
     delete inquirySocket;
 }

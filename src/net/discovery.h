@@ -6,12 +6,11 @@
 
 #include <kxcoreemb/advertiser.h>
 #include <kxcoreemb/socket.h>
-#include <kxcoreemb/thread.h>
 
 #include "net/name_lookup.h"
-#include "net/wake_socket.h"
+#include "net/socket_worker.h"
 
-class KxcInetDiscovery : public KxcThreadObject
+class KxcInetDiscovery : public KxcSocketWorker
 {
 public:
     static KxcInetDiscovery* create(); ///< started; null when the system has no thread, lock or socket left
@@ -37,7 +36,6 @@ private:
     };
 
     KxcInetDiscovery() = default;
-    INT32 init();
     INT32 waitMs() const; // until the next answer is due; -1 for ever. With the lock held, like the next three
     void hearInquiry();   // one that has arrived
     void sendDueAnswers();
@@ -45,9 +43,6 @@ private:
     void dropAnswers();
     INT32 collectAnswer(); // 0 when memory ran out. Takes the lock itself
 
-    KxcMutex* mutex = nullptr; // owned
-    KxcWakeSocket wake;
-    bool running = false;
     KxcDgramSocket* advertiseSocket = nullptr; // owned, like the next
     KxcDgramSocket* inquirySocket = nullptr;
     char advertisement[KxcAdvertiser::kBufferSize];

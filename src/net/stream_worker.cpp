@@ -5,24 +5,6 @@
 
 #include <new>
 
-namespace
-{
-
-/// Holds a lock for as long as it lives.
-class Held
-{
-public:
-    explicit Held(KxcMutex* held) : mutex(held) { mutex->lock(); }
-    ~Held() { mutex->unlock(); }
-    Held(const Held&) = delete;
-    Held& operator=(const Held&) = delete;
-
-private:
-    KxcMutex* mutex;
-};
-
-} // namespace
-
 KxcStreamWorker* KxcStreamWorker::create()
 {
     KxcStreamWorker* worker = new (std::nothrow) KxcStreamWorker;
@@ -36,27 +18,13 @@ KxcStreamWorker* KxcStreamWorker::create()
 
 INT32 KxcStreamWorker::init()
 {
-    table = KxcMutex::create();
     calling = KxcMutex::create();
-    if (!table || !calling || !wake.open())
-        return 0;
-    running = true;
-    running = KxcThreadObject::create() != 0;
-    return running;
+    return calling && start();
 }
 
 KxcStreamWorker::~KxcStreamWorker()
 {
-    if (running) // by this thread alone
-    {
-        {
-            const Held held(table);
-            running = false;
-        }
-        wake.signal();
-        waitDeath();
-    }
-    delete table;
+    stop();
     delete calling;
 }
 
@@ -81,7 +49,7 @@ void KxcStreamWorker::end(Request& request, INT32 kinds)
 INT32 KxcStreamWorker::add(KxcStreamSocket* socket, INT32 kind, KxcAsyncCallBack* callback, KxcSocket* listening)
 {
     {
-        const Held held(table);
+        const KxcHeld held(mutex);
         Request* request = find(socket);
         if (!request)
             request = find(nullptr);
@@ -102,7 +70,7 @@ INT32 KxcStreamWorker::add(KxcStreamSocket* socket, INT32 kind, KxcAsyncCallBack
 
 INT32 KxcStreamWorker::isReceiving(const KxcStreamSocket* socket)
 {
-    const Held held(table);
+    const KxcHeld held(mutex);
     const Request* request = find(socket);
     return request && (request->kinds & receiving);
 }
@@ -110,7 +78,7 @@ INT32 KxcStreamWorker::isReceiving(const KxcStreamSocket* socket)
 void KxcStreamWorker::tellSent(KxcStreamSocket* socket, INT32 length, KxcAsyncCallBack* callback)
 {
     {
-        const Held held(table);
+        const KxcHeld held(mutex);
         Request* request = find(socket);
         if (!request) // the stream ended meanwhile
             request = find(nullptr);
@@ -125,13 +93,13 @@ void KxcStreamWorker::tellSent(KxcStreamSocket* socket, INT32 length, KxcAsyncCa
 void KxcStreamWorker::forget(const KxcSocket* socket)
 {
     {
-        const Held held(table);
+        const KxcHeld held(mutex);
         for (Request& request : requests)
             if (request.socket && (request.socket == socket || request.listening == socket))
                 end(request, ~0);
     }
     wake.signal();
-    const Held held(calling); // a callback that has begun comes to its end first
+    const KxcHeld held(calling); // a callback that has begun comes to its end first
 }
 
 INT32 KxcStreamWorker::watch(const Request& request, KxcPlatformSocketWatch& entry) const
@@ -153,7 +121,7 @@ INT32 KxcStreamWorker::run()
         INT32 count = 1;
         bool anySent = false;
         {
-            const Held held(table);
+            const KxcHeld held(mutex);
             if (!running)
                 return 0;
             for (INT32 i = 0; i < kMostRequests; ++i)
@@ -171,7 +139,7 @@ INT32 KxcStreamWorker::run()
         {
             if (!sockets[i])
                 continue;
-            const Held held(calling);
+            const KxcHeld held(calling);
             tellOfSends(requests[i]);
             if (watchOf[i] && watches[watchOf[i]].ready)
                 serve(requests[i], sockets[i]);
@@ -185,7 +153,7 @@ void KxcStreamWorker::tellOfSends(Request& request)
     {
         Sent sent;
         {
-            const Held held(table);
+            const KxcHeld held(mutex);
             if (!request.sent.removeFirst(sent))
             {
                 if (request.kinds & finished)
@@ -203,7 +171,7 @@ void KxcStreamWorker::serve(Request& request, KxcStreamSocket* socket)
     KxcAsyncCallBack* callback;
     bool opened;
     {
-        const Held held(table);
+        const KxcHeld held(mutex);
         if (request.socket != socket) // it was closed meanwhile
             return;
         opened = (request.kinds & (connecting | accepting)) != 0;

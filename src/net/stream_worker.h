@@ -1,17 +1,16 @@
 // stream_worker.h - the thread that waits for stream sockets and tells their callbacks what happened.
 //
-// Locks: `table` guards the requests and is held only for moments; `calling` is held while a callback runs, and taken
-// before `table` where both are. A socket that is closed takes its request out of the table, then passes through
+// Locks: `mutex` guards the requests and is held only for moments; `calling` is held while a callback runs, and taken
+// before `mutex` where both are. A socket that is closed takes its request out of the table, then passes through
 // `calling`, so that no callback for it runs or will run. Both locks are re-entrant: callbacks may use sockets.
 #pragma once
 
 #include <kxcoreemb/linked_list.h>
 #include <kxcoreemb/socket.h>
-#include <kxcoreemb/thread.h>
 
-#include "net/wake_socket.h"
+#include "net/socket_worker.h"
 
-class KxcStreamWorker : public KxcThreadObject
+class KxcStreamWorker : public KxcSocketWorker
 {
 public:
     /// What a request waits for.
@@ -55,16 +54,14 @@ private:
 
     KxcStreamWorker() = default;
     INT32 init();
-    Request* find(const KxcStreamSocket* socket); // with `table` held, like the next two
+    Request* find(const KxcStreamSocket* socket); // with `mutex` held, like the next two
     void end(Request& request, INT32 kinds);      // no longer waits for these
     INT32 watch(const Request& request, struct KxcPlatformSocketWatch& watch) const;
     void tellOfSends(Request& request);                    // with `calling` held, like the next two
     void serve(Request& request, KxcStreamSocket* socket); // one that is ready
     void receive(Request& request, KxcAsyncCallBack* callback, INT32 length);
 
-    KxcMutex *table = nullptr, *calling = nullptr; // owned
-    KxcWakeSocket wake;
-    bool running = false; // guarded by `table`
+    KxcMutex* calling = nullptr; // owned
     Request requests[kMostRequests];
     char bytes[4096]; // what was received last
 };
