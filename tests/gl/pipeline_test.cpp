@@ -2,6 +2,7 @@
 // that write down what they are given.
 #include "gl/device.h"
 #include "support/engine.h"
+#include "support/failing_new.h"
 
 #include <gtest/gtest.h>
 
@@ -333,6 +334,36 @@ TEST_F(Pipeline, ClipsAtEveryPlaneWithoutSeamsAndInterpolates)
                 ASSERT_TRUE(c.x >= KxcFixed(-1) && c.x <= KxcFixed(201) && c.y >= KxcFixed(-1) && c.y <= KxcFixed(101))
                     << double(c.x) << ", " << double(c.y);
     }
+}
+
+TEST_F(Pipeline, FramesAllocateUntilTheirArraysHaveGrown)
+{
+    constexpr INT32 kVertices = 3000;
+    const std::unique_ptr<KxcGLVertexBuffer> buffer(KxcGLVertexBuffer::create(kFormat, sizeof(Vertex), kVertices));
+    for (INT32 i = 0; i < kVertices; ++i) // every third triangle is clipped
+        static_cast<Vertex*>(buffer->lock(0))[i] = at(i % 3 - 1, i % 9 > 7 ? 9 : i % 2, 5);
+    gl->setStateI(KXCGLSTATE_LIGHTING, 1);
+    const auto render = [&]
+    {
+        g_drawn.clear();
+        gl->beginRender();
+        const INT32 status = gl->renderPrimitive(buffer.get(), KXCGLPRIMITIVE_LIST, 0, kVertices, 0, kVertices - 1, 0);
+        gl->endRender();
+        return status;
+    };
+    INT32 failures = 0;
+    for (INT32 status = -4; status != 0; ++failures)
+    {
+        failAllocationAfter(failures);
+        status = render();
+        failAllocationAfter(-1);
+        ASSERT_TRUE(status == 0 || (status == -4 && g_drawn.size() < kVertices / 3)) << status;
+    }
+    EXPECT_GT(failures, 2);
+    EXPECT_GT(g_drawn.size(), kVertices / 3u);
+    takeLargestAllocation();
+    EXPECT_EQ(render(), 0);
+    EXPECT_EQ(takeLargestAllocation(), 0u);
 }
 
 TEST_F(Pipeline, ExtremeCoordinatesAndStatesOverflowQuietly)

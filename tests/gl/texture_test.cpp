@@ -1,5 +1,6 @@
 // texture_test.cpp - textures from files and builders: their levels, who shares them, and loading them again.
 #include "filler_support.h"
+#include "support/failing_new.h"
 
 #include <gtest/gtest.h>
 
@@ -325,4 +326,28 @@ TEST_F(Textures, ComeFromAnyBuilderWhoseLevelsCanBeDrawn)
     delete gl;
     EXPECT_EQ(texture->getGLData(), 0);
     embeddedDeinit(); // the texture outlives the core
+}
+
+TEST_F(Textures, GiveUpCleanlyWithoutMemory)
+{
+    const std::string name = write("a.tga", 16, 8);
+    const std::vector<UINT16> expected = texels(*load(name, KXCTEXTURE_LINEARMIP), 1);
+    INT32 failures = 0, lateFailures = 0;
+    for (bool complete = false; !complete; ++failures)
+    {
+        failAllocationAfter(failures);
+        const std::unique_ptr<KxcGLTexture> made = load(name, KXCTEXTURE_LINEARMIP | KXCTEXTURE_LAZY);
+        complete = made && made->lock(1);
+        failAllocationAfter(-1);
+        if (complete)
+        {
+            EXPECT_EQ(made->unlock(1), 1);
+        }
+        if (!made)
+            continue;
+        EXPECT_EQ(texels(*made, 1), expected); // loaded as soon as there is memory again
+        lateFailures += !complete;
+    }
+    EXPECT_GT(failures, 5);
+    EXPECT_GT(lateFailures, 0);
 }
