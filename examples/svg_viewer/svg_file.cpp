@@ -79,8 +79,8 @@ private:
     {
         static const std::set<std::string> kShapes = {"path", "rect",     "circle", "ellipse",
                                                       "line", "polyline", "polygon"};
-        static const std::set<std::string> kSilent = {"defs", "title",          "desc",           "metadata",
-                                                      "",     "linearGradient", "radialGradient", "sodipodi:namedview"};
+        static const std::set<std::string> kSilent = {
+            "defs", "title", "desc", "metadata", "style", "", "linearGradient", "radialGradient", "sodipodi:namedview"};
         const std::string name = node.name();
         if (property(node, "display") == "none" || depth > kDeepest)
             return;
@@ -220,6 +220,7 @@ std::string SvgFile::load(const std::string& name)
     const pugi::xml_node root = document.child("svg");
     if (!root)
         return "no <svg> element: it is not an SVG drawing";
+    applyStyleSheets(root);
 
     const std::vector<double> box = readNumbers(root.attribute("viewBox").value());
     if (box.size() == 4)

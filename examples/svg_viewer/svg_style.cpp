@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 
 namespace
 {
@@ -198,6 +199,51 @@ bool readColor(std::string text, unsigned& rgb)
     return false;
 }
 
+void applyStyleSheets(pugi::xml_node root)
+{
+    struct Collector : pugi::xml_tree_walker
+    {
+        bool for_each(pugi::xml_node& node) override
+        {
+            std::string text = std::strcmp(node.name(), "style") == 0 ? node.text().get() : "";
+            for (size_t open; (open = text.find('{')) != std::string::npos;)
+            {
+                const size_t close = std::min(text.find('}', open), text.size() - 1);
+                std::string names = text.substr(0, open);
+                std::replace(names.begin(), names.end(), ',', ' ');
+                std::istringstream each(names);
+                for (std::string name; each >> name;)
+                    if (name[0] == '.')
+                        rules[name.substr(1)] += text.substr(open + 1, close - open - 1) + ";";
+                text.erase(0, close + 1);
+            }
+            return true;
+        }
+        std::map<std::string, std::string> rules;
+    } collector;
+    root.traverse(collector);
+
+    struct Applier : pugi::xml_tree_walker
+    {
+        explicit Applier(const std::map<std::string, std::string>& all) : rules(all) {}
+        bool for_each(pugi::xml_node& node) override
+        {
+            std::istringstream each(node.attribute("class").value());
+            std::string style = node.attribute("style").value();
+            for (std::string name; each >> name;)
+                if (const auto rule = rules.find(name); rule != rules.end())
+                    style += ";" + rule->second;
+            if (node.attribute("class") && !node.attribute("style"))
+                node.append_attribute("style");
+            if (node.attribute("class"))
+                node.attribute("style").set_value(style.c_str());
+            return true;
+        }
+        const std::map<std::string, std::string>& rules;
+    } applier(collector.rules);
+    root.traverse(applier);
+}
+
 std::string property(const pugi::xml_node& node, const char* name)
 {
     std::string rest = node.attribute("style").value();
@@ -219,8 +265,9 @@ void Style::read(const pugi::xml_node& node, double diagonal)
     const auto set = [&](const char* name, std::string& value)
     {
         const std::string given = property(node, name);
-        if (!given.empty() && given != "inherit")
-            value = given;
+        unsigned rgb;
+        if (given == "none" || given == "currentColor" || given.compare(0, 4, "url(") == 0 || readColor(given, rgb))
+            value = given; // what is no paint leaves the inherited one
     };
     set("fill", fill);
     set("stroke", stroke);

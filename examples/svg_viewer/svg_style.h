@@ -27,6 +27,9 @@ Affine readTransform(const char* text);
 /// "#rgb", "#rrggbb", "rgb(...)" and names. @return false for what is none of them
 bool readColor(std::string text, unsigned& rgb);
 
+/// Gives every element the properties of its classes, behind those of its own style attribute. Knows rules for classes
+/// alone: ".name { ... }".
+void applyStyleSheets(pugi::xml_node root);
 /// The value of a property: of the style attribute, else of the attribute of its name, else nothing.
 std::string property(const pugi::xml_node& node, const char* name);
 
