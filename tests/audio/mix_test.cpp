@@ -117,8 +117,8 @@ TEST(Mixing, TheLoopsForNewMachinesGiveTheBitsOfThePlainOnes)
     if (&kxcMixKernels() == &kxcMixKernelsBase)
         GTEST_SKIP() << "this machine runs the plain ones";
     const KxcMixKernels& fast = kxcMixKernels();
-    const std::vector<UINT8> samples = noise(9000);
-    for (INT32 i = 0; i < 3000; ++i)
+    const std::vector<UINT8> samples = noise(kKxcMixBlock * 8 + 64); // for the largest step
+    for (INT32 i = 0; i < 1500; ++i)
     {
         const UINT32 layout = below(8u), quality = below(2u), channels = below(2u);
         const INT32 count = 1 + below(size_t(kKxcMixBlock));
