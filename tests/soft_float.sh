@@ -10,7 +10,7 @@ cd "$1"
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 failed=0
-for source in src/math/*.cpp src/audio/mix_*.cpp src/surfaces/*.cpp src/gl/*.cpp src/gl/*/*.cpp; do
+for source in src/math/*.cpp src/audio/mix_*.cpp src/surfaces/*.cpp src/gl/*.cpp src/gl/*/*.cpp src/vector/*.cpp; do
     case $source in
     src/math/math_tables.cpp | *_avx2.cpp) continue ;;
     esac
