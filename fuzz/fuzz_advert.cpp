@@ -24,8 +24,9 @@ extern "C" int LLVMFuzzerTestOneInput(const UINT8* bytes, size_t size)
     if (!advertiser)
         return 0;
     char exact[257];
-    for (const bool data : {false, true})
+    for (int which = 0; which < 2; ++which)
     {
+        const bool data = which == 1;
         INT32 length = sizeof(exact);
         data ? advertiser->getMessageData(exact, length) : advertiser->getMessageHeader(exact, length);
         check(length == 0 || (length == 2 + static_cast<UINT8>(exact[1]) && exact[0] == (data ? 4 : 2)));

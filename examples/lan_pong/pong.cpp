@@ -14,6 +14,7 @@ constexpr INT32 kTop = 20;  // the status line is above
 
 /// Letters and digits of 3 x 5 dots: a row in each octal digit, the top one first.
 constexpr INT32 kDigits[10] = {075557, 026227, 071747, 071717, 055711, 074717, 074757, 071111, 075757, 075717};
+constexpr INT32 kPercent = 051245;
 constexpr INT32 kLetters[26] = {025755, 065656, 034443, 065556, 074647, 074644, 074557, 055755, 072227,
                                 011157, 055655, 044447, 057755, 065555, 075557, 075744, 075571, 065655,
                                 074717, 072222, 055557, 055552, 055775, 055255, 055222, 071247};
@@ -24,6 +25,7 @@ void drawText(KxcGLSurface* screen, INT32 x, INT32 y, INT32 dot, const char* tex
     {
         const INT32 dots = *text >= '0' && *text <= '9'   ? kDigits[*text - '0']
                            : *text >= 'A' && *text <= 'Z' ? kLetters[*text - 'A']
+                           : *text == '%'                 ? kPercent
                                                           : 0;
         for (INT32 i = 0; i < 15; ++i)
             if (dots >> (14 - i) & 1)
@@ -61,10 +63,16 @@ void Pong::onTick()
         return;
     ++played;
     movePaddle();
-    network.sendPaddle(paddleY);
+    // Every second frame: the other end takes one datagram a frame, and must not fall behind when it is slower. In the
+    // frames between, the scores have their turn, which waits while there are states to be sent.
+    const bool tellStates = played % 2 == 0;
+    if (tellStates)
+        network.sendPaddle(paddleY);
     if (!network.isHost())
         return;
     moveBall();
+    if (tellStates)
+        network.sendBall(ballPlace());
     if (lastFrame > 0 && played >= lastFrame)
     {
         Score score = network.score();
@@ -75,7 +83,7 @@ void Pong::onTick()
 
 void Pong::movePaddle()
 {
-    const INT32 ball = network.isHost() ? ballY / kUnit : network.ball().y;
+    const INT32 ball = ballPlace().y;
     if (playsItself) // well, but not always
         direction = std::abs(ball - paddleY) < kPaddleStep || played % 7 == 0 || played / 64 % 3 == 2 ? 0
                     : ball < paddleY                                                                  ? -1
@@ -105,7 +113,13 @@ void Pong::moveBall()
         network.sendScore(score);
         serve(left ? -1 : 1);
     }
-    network.sendBall({static_cast<INT16>(ballX / kUnit), static_cast<INT16>(ballY / kUnit)});
+}
+
+Place Pong::ballPlace() const
+{
+    if (!network.isHost())
+        return network.ball();
+    return {static_cast<INT16>(ballX / kUnit), static_cast<INT16>(ballY / kUnit)};
 }
 
 void Pong::render()
@@ -115,8 +129,8 @@ void Pong::render()
     KxcGLSurface* screen = gl->getSecondary();
     screen->clear(0xFF102018);
     char text[64];
-    std::snprintf(text, sizeof(text), "%s   ROUND TRIP %d MS   LOSS %d PERCENT", network.status(),
-                  network.roundTripMs(), network.lossPercent());
+    std::snprintf(text, sizeof(text), "%s   ROUND TRIP %d MS   LOSS %d%%", network.status(), network.roundTripMs(),
+                  network.lossPercent());
     drawText(screen, 4, 5, 2, network.connected() ? text : network.status(), 0xFF80A090);
     screen->drawFilledRect(0, kTop - 2, kWidth, 2, 0xFF305040);
     for (INT32 y = kTop; y < kHeight; y += 12)
@@ -130,8 +144,7 @@ void Pong::render()
     drawText(screen, kWidth / 2 + 30, kTop + 12, 5, text, 0xFF508068);
     const bool host = network.isHost();
     const INT32 leftY = host ? paddleY : network.otherPaddle(), rightY = host ? network.otherPaddle() : paddleY;
-    const Place ball =
-        host ? Place{static_cast<INT16>(ballX / kUnit), static_cast<INT16>(ballY / kUnit)} : network.ball();
+    const Place ball = ballPlace();
     screen->drawFilledRect(kMargin - kPaddleWidth, leftY - kPaddleHeight / 2, kPaddleWidth, kPaddleHeight,
                            host ? 0xFFFFE080 : 0xFFFFFFFF);
     screen->drawFilledRect(kWidth - kMargin, rightY - kPaddleHeight / 2, kPaddleWidth, kPaddleHeight,

@@ -27,6 +27,7 @@ private:
     void movePaddle();
     void moveBall();
     void serve(INT32 direction);
+    Place ballPlace() const; // in pixels
 
     std::unique_ptr<KxcGL> gl;
     Link network;

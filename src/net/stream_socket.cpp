@@ -55,13 +55,15 @@ INT32 KxcStreamSocket::open(const KxcAddress& remote, KxcAsyncCallBack* callback
     KxcStreamWorker* helper = callback ? worker() : nullptr;
     if (callback && (!helper || stopWaiting() != 0))
         return -1;
-    const INT32 result = kxcPlatformSocketConnect(handle, remote.getAddress());
-    if (result < 0)
-        return -1;
     if (!callback)
-        return 0;
+        return kxcPlatformSocketConnect(handle, remote.getAddress()) < 0 ? -1 : 0;
     requested = true;
-    return helper->add(this, KxcStreamWorker::connecting, callback); // told of even when it is there already
+    if (helper->add(this, KxcStreamWorker::reserved, callback) != 0) // before the peer hears of it
+        return -1;
+    if (kxcPlatformSocketConnect(handle, remote.getAddress()) >= 0)
+        return helper->add(this, KxcStreamWorker::connecting, callback); // told of even when it is there already
+    helper->forget(this);
+    return -1;
 }
 
 INT32 KxcStreamSocket::open(KxcSocket& listening, KxcAsyncCallBack* callback)

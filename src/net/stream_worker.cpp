@@ -56,7 +56,7 @@ INT32 KxcStreamWorker::add(KxcStreamSocket* socket, INT32 kind, KxcAsyncCallBack
         if (!request)
             return -1;
         request->socket = socket;
-        request->kinds |= kind;
+        request->kinds = (request->kinds & ~reserved) | kind;
         if (kind == receiving)
             request->receiver = callback;
         else

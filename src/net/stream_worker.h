@@ -19,7 +19,8 @@ public:
         connecting = 1,
         accepting = 2,
         receiving = 8,
-        finished = 32 ///< sends that completed and have not been told of
+        reserved = 16, ///< for nothing yet: keeps the request for a connection that is being begun
+        finished = 32  ///< sends that completed and have not been told of
     };
 
     static KxcStreamWorker* create(); ///< started; null when the system has no thread, lock or socket left
