@@ -11,9 +11,9 @@ namespace
 constexpr INT32 kMusicRate = 16000, kEffectRate = 11025;
 constexpr INT32 kWave = 256;                // samples of a period in the table
 constexpr INT32 kStep = kMusicRate * 2 / 9; // samples from note to note
-constexpr KxcFixed kFullTurn(6.28318531);
+const KxcFixed kFullTurn(6.28318531);
 constexpr INT32 kHearing = 150; // pixels: how far a thing is heard
-constexpr KxcFixed kCentre(0.5);
+const KxcFixed kCentre(0.5);
 
 /// Semitones above A2, four chords of eight notes; the first of each is the bass.
 constexpr INT8 kScore[] = {0,  12, 16, 19, 24, 19, 16, 12, -4, 12, 15, 20, 24, 20, 15, 12,

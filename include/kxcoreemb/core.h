@@ -197,6 +197,6 @@ public:
     static void resetScreenButtons();
 };
 
-/// The usual optional components: the zlib archive filter, the graphics device, the TGA and PCX image loaders, the audio
-/// device. Called from a game's init function.
+/// The usual optional components: the zlib archive filter, the graphics device, the TGA and PCX image loaders, the
+/// audio device. Called from a game's init function.
 KXC_API void kxcUseDefaults();
