@@ -14,6 +14,7 @@ constexpr INT32 kCellSizes[SHEET_COUNT] = {32, 48};
 // Virtual-key codes.
 enum : INT32
 {
+    KEY_TAB = 9,
     KEY_RETURN = 13,
     KEY_ESCAPE = 27,
     KEY_LEFT = 37,
@@ -86,7 +87,7 @@ Game::Game(INT32 fixedStepMs, const char* device)
     m_hero = loadPicture("data/hero.tga", KXCSURFACEFORMAT_PREMUL8888);
     m_pad = loadPicture("data/pad.tga", KXCSURFACEFORMAT_PREMUL8888);
     m_ready = m_gl && m_tiles && m_sheets[SHEET_GEMS] && m_sheets[SHEET_LIGHTS] && m_hero && m_pad;
-    m_ready = m_ready && m_landscape.load();
+    m_ready = m_ready && m_landscape.load() && m_overlay.ready();
     if (!m_ready)
         return;
     m_landscape.setUp(m_gl.get());
@@ -139,6 +140,9 @@ void Game::onKeyDown(INT32 code)
     {
     case KEY_ESCAPE:
         KxcCore::quit();
+    case KEY_TAB:
+        m_overlay.toggleMenu();
+        break;
     case 'V':
         m_inDepth = !m_inDepth;
         break;
@@ -175,6 +179,8 @@ void Game::changeDevice(UINT32 deviceId, UINT32 flags)
 
 void Game::onControlDown(INT32 code)
 {
+    if (const INT32 key = m_overlay.control(code))
+        return onKeyDown(key);
     if (code >= KXCCTRL_LEFT && code <= KXCCTRL_DOWN)
         m_held[code - KXCCTRL_LEFT] = 1;
     if (code == KXCCTRL_BUTTON1)
@@ -192,11 +198,17 @@ void Game::onControlUp(INT32 code)
 
 void Game::onPointerDown(INT32 x, INT32 y)
 {
+    if (const INT32 key = m_overlay.click(x, y))
+        onKeyDown(key);
+    else
+        onPointerMove(x, y);
+}
+
+void Game::onPointerMove(INT32 x, INT32 y)
+{
     if (!onButton(x, y))
         m_world.flyTo(KxcFixed(m_left + x), KxcFixed(m_top + y));
 }
-
-void Game::onPointerMove(INT32 x, INT32 y) { onPointerDown(x, y); }
 
 void Game::render()
 {
@@ -212,7 +224,8 @@ void Game::render()
         drawHero(screen);
     }
     drawButtons(screen);
-    drawPanel(screen);
+    const INT32 figures[2] = {m_frameTenths, m_landscape.triangles()};
+    m_overlay.draw(screen, m_world, m_inDepth ? figures : nullptr);
 }
 
 void Game::drawGround(KxcGLSurface* screen)
@@ -263,57 +276,4 @@ void Game::drawButtons(KxcGLSurface* screen)
         screen->drawImageTransformBlend(m_pad.get(), r.x, r.y, cellOf(button.cell, kButtonSize), KXCBLEND_ALPHA, 200,
                                         button.transform);
     }
-}
-
-/// A number in digits of 3 x 5 dots, right-aligned.
-void Game::drawNumber(KxcGLSurface* screen, INT32 right, INT32 top, INT32 number)
-{
-    static constexpr UINT16 kDigits[] = {075557, 026227, 071747, 071717, 055711,
-                                         074717, 074757, 071244, 075757, 075717};
-    do
-    {
-        right -= 4;
-        for (INT32 dot = 0; dot < 15; ++dot)
-            if (kDigits[number % 10] >> (14 - dot) & 1)
-                screen->drawFilledRect(right + dot % 3, top + dot / 3, 1, 1, 0xFFFFFFFF);
-        number /= 10;
-    } while (number > 0);
-}
-
-/// The score as a row of gems, and a radar with a line to the nearest thing.
-void Game::drawPanel(KxcGLSurface* screen)
-{
-    constexpr INT32 kMargin = 6, kRow = 16, kGems = 10, kRadar = 56, kRadarScale = World::kAirSize / kRadar + 1;
-    if (m_inDepth) // the gems are sprites there
-    {
-        drawNumber(screen, screen->getWidth() - kMargin, screen->getHeight() - 10, m_landscape.triangles());
-        drawNumber(screen, screen->getWidth() - kMargin - 40, screen->getHeight() - 10, m_frameTenths);
-    }
-    else
-        screen->drawFilledRect(kMargin, kMargin, kGems * kRow + 8, kRow + 8, 0x90101828);
-    for (INT32 i = 0; i < m_world.score() && i < kGems && !m_inDepth; ++i)
-        screen->drawImage(m_sheets[SHEET_GEMS].get(), kMargin + 4 + i * kRow, kMargin + 4, cellOf(2, 32), kRow, kRow);
-
-    const INT32 left = screen->getWidth() - kRadar - kMargin, centreX = left + kRadar / 2,
-                centreY = kMargin + kRadar / 2;
-    screen->drawFilledRect(left, kMargin, kRadar, kRadar, 0x90101828);
-    KxcFixed nearestX(0), nearestY(0), nearest(World::kWorldSize);
-    for (INT32 i = 0; i < World::kThings; ++i)
-    {
-        const Thing& thing = m_world.things()[i];
-        if (thing.taken || thing.sheet != SHEET_GEMS)
-            continue;
-        const KxcFixed x = m_world.toThingX(thing) / kRadarScale;
-        const KxcFixed y = m_world.toThingY(thing) / kRadarScale;
-        screen->drawFilledRect(centreX + whole(x), centreY + whole(y), 1, 1, 0xFFFFD860);
-        const KxcFixed far = (x < KxcFixed(0) ? -x : x) + (y < KxcFixed(0) ? -y : y);
-        if (far < nearest)
-            nearest = far, nearestX = x, nearestY = y;
-    }
-    screen->drawAALine(KxcFixed(centreX), KxcFixed(centreY), KxcFixed(centreX) + nearestX, KxcFixed(centreY) + nearestY,
-                       0x60FF90);
-    const KxcFixed right(left + kRadar - 1), bottom(kMargin + kRadar - 1), top(kMargin), x(left);
-    for (const auto& edge : {KxcVector4{x, top, right, top}, KxcVector4{x, bottom, right, bottom},
-                             KxcVector4{x, top, x, bottom}, KxcVector4{right, top, right, bottom}})
-        screen->drawLine(edge.x, edge.y, edge.z, edge.w, 0xA0FFFFFF);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "landscape.h"
+#include "overlay.h"
 #include "sound.h"
 #include "world.h"
 
@@ -38,8 +39,6 @@ private:
     void drawThings(KxcGLSurface* screen);
     void drawHero(KxcGLSurface* screen);
     void drawButtons(KxcGLSurface* screen);
-    void drawPanel(KxcGLSurface* screen);
-    void drawNumber(KxcGLSurface* screen, INT32 right, INT32 top, INT32 number);
 
     INT32 m_fixedStepMs;
     INT32 m_lastTick = 0;
@@ -47,6 +46,7 @@ private:
     World m_world;
     Landscape m_landscape;
     Soundscape m_sound;
+    Overlay m_overlay;
     bool m_inDepth = true;
     UINT32 m_deviceFlags = 0;
     INT32 m_frameTenths = 0;     // of a millisecond, averaged

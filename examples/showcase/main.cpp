@@ -19,8 +19,8 @@ constexpr char kUsage[] =
     "\n"
     "Arrow keys, the pointer or the buttons on the screen fly the glider; Return throws back what\n"
     "it caught. V changes between landscape and map, P switches perspective correction, W draws\n"
-    "wires, N takes the next graphics device, O turns the frame, M stops the music. F12 saves a\n"
-    "picture; Escape ends.\n"
+    "wires, N takes the next graphics device, O turns the frame, M stops the music; Tab opens a menu\n"
+    "of these. F12 saves a picture; Escape ends.\n"
     "  --device NAME  a graphics device: ReferenceARM, DefaultFSAA, DefaultUpsample,\n"
     "                 DefaultProfiler, ZBuffer\n"
     "  --headless    run without a display: play by itself, write some frames as PNG files\n"
@@ -38,6 +38,7 @@ long makeGame()
     kxcUseGLDefaultProfiler();
     kxcUseGLZBuffer();
     kxcUseDefaults();
+    kxcUse2DVectorGraphics();
     g_game = new Game(g_fixedStepMs, g_device.c_str());
     return g_game->ready() || g_fixedStepMs > 0 ? 0 : 1; // runHeadless() looks itself, for the exit code
 }
@@ -61,6 +62,10 @@ constexpr Action kActions[] = {
     {150, [] { embeddedPointerUp(66, 214); }},
     {160, [] { embeddedPointerDown(60, 60); }}, // fly to a place
     {161, [] { embeddedPointerUp(60, 60); }},
+    {165, [] { embeddedKeyDown(9); }}, // the menu
+    {168, [] { embeddedControlDown(KXCCTRL_DOWN); }},
+    {169, [] { embeddedControlUp(KXCCTRL_DOWN); }},
+    {195, [] { embeddedKeyDown(9); }},
     {200, [] { embeddedKeyDown('V'); }}, // the map from above
     {240, [] { embeddedKeyDown(13); }},  // Return
     {241, [] { embeddedKeyUp(13); }},
