@@ -3,6 +3,8 @@
 
 #include <kxcoreemb/inet.h>
 
+#include "net/priority.h"
+
 #include <initializer_list>
 #include <new>
 
@@ -12,8 +14,6 @@ namespace
 constexpr INT32 kFramesAtOnce = 5;
 constexpr INT32 kRecycledPriority = 100;
 constexpr INT32 kSmallestMessage = 2 + KxcObjectDataFrame::kReceiverIdLength + 1;
-
-KxcObjectDataFrame* frameOf(void* item) { return static_cast<KxcObjectDataFrame*>(item); }
 
 /// 0: sent once. 1: sent until acknowledged.
 INT32 classOf(INT32 slot) { return slot & 1; }
@@ -25,23 +25,11 @@ bool isReserved(const KxcObjectDataFrame* frame)
 
 } // namespace
 
-void KxcObjectFramePriHelp::increase(void* item)
-{
-    if (frameOf(item)->getPriority() < INT32_MAX)
-        frameOf(item)->setPriority(frameOf(item)->getPriority() + 1);
-}
-
-void KxcObjectFramePriHelp::decrease(void* item)
-{
-    if (frameOf(item)->getPriority() > INT32_MIN)
-        frameOf(item)->setPriority(frameOf(item)->getPriority() - 1);
-}
-
+void KxcObjectFramePriHelp::increase(void* item) { kxcIncreasePriority<KxcObjectDataFrame>(item); }
+void KxcObjectFramePriHelp::decrease(void* item) { kxcDecreasePriority<KxcObjectDataFrame>(item); }
 INT32 KxcObjectFramePriHelp::priorityCheck(const void* a, const void* b)
 {
-    const INT32 priorityA = static_cast<const KxcObjectDataFrame*>(a)->getPriority();
-    const INT32 priorityB = static_cast<const KxcObjectDataFrame*>(b)->getPriority();
-    return priorityA > priorityB ? -1 : priorityA < priorityB;
+    return kxcComparePriorities<KxcObjectDataFrame>(a, b);
 }
 
 void KxcObjectFrameStore::List::insertAfter(KxcObjectDataFrame* frame, KxcObjectDataFrame* place)

@@ -1,6 +1,7 @@
 // inet_handler.cpp - one UDP socket shared by all peers: whose turn it is, and when.
 #include <kxcoreemb/inet.h>
 
+#include "net/priority.h"
 #include "net/step_clock.h"
 #include "net/udp_engine.h"
 
@@ -13,30 +14,16 @@ constexpr INT32 kIdlePriority = 1000; // of a client that was just served
 constexpr INT32 kSmallestCapacity = KxcObjectPacketBase::kHeaderLength + 2 + KxcObjectDataFrame::kReceiverIdLength + 1;
 constexpr INT32 kMessageHeaderLength = 6; // its length and the receiver id
 
-// Every datagram is paced as if it carried 140 bytes more; a speed of 2000 is one byte in 5 ms.
+// Milliseconds at a speed of 2000, for each byte and for each datagram.
 constexpr INT64 kByteCost = 5, kDatagramCost = 140, kSpeedUnit = 2000;
-
-KxcInetClientWin* clientOf(void* item) { return static_cast<KxcInetClientWin*>(item); }
 
 } // namespace
 
-void KxcClientInetCommWinPriHelp::increase(void* item)
-{
-    if (clientOf(item)->getPriority() < INT32_MAX)
-        clientOf(item)->setPriority(clientOf(item)->getPriority() + 1);
-}
-
-void KxcClientInetCommWinPriHelp::decrease(void* item)
-{
-    if (clientOf(item)->getPriority() > INT32_MIN)
-        clientOf(item)->setPriority(clientOf(item)->getPriority() - 1);
-}
-
+void KxcClientInetCommWinPriHelp::increase(void* item) { kxcIncreasePriority<KxcInetClientWin>(item); }
+void KxcClientInetCommWinPriHelp::decrease(void* item) { kxcDecreasePriority<KxcInetClientWin>(item); }
 INT32 KxcClientInetCommWinPriHelp::priorityCheck(const void* a, const void* b)
 {
-    const INT32 priorityA = static_cast<const KxcInetClientWin*>(a)->getPriority();
-    const INT32 priorityB = static_cast<const KxcInetClientWin*>(b)->getPriority();
-    return priorityA > priorityB ? -1 : priorityA < priorityB;
+    return kxcComparePriorities<KxcInetClientWin>(a, b);
 }
 
 /// One call from the scheduler. A game may close the service from a callback; the engine that made the call and holds

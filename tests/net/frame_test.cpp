@@ -76,6 +76,23 @@ TEST(DataFrame, BeginsAndEndsUpInTheSameState)
     EXPECT_EQ(std::vector<INT32>(std::begin(state), std::end(state)), (std::vector<INT32>{-1, 1000, 4, 0, -1, 1, 4}));
 }
 
+TEST(PriorityHelp, PutsLowerValuesFirstAndStopsAtTheEnds)
+{
+    std::unique_ptr<KxcObjectDataFrame> urgent(KxcObjectDataFrame::create(KXCSLOT_URGENT, 9));
+    std::unique_ptr<KxcObjectDataFrame> usual(KxcObjectDataFrame::create(KXCSLOT_RELIABLE, 9));
+    KxcObjectFramePriHelp help;
+    EXPECT_EQ(help.priorityCheck(usual.get(), urgent.get()), -1);
+    EXPECT_EQ(help.priorityCheck(urgent.get(), usual.get()), 1);
+    help.increase(urgent.get());
+    help.decrease(usual.get());
+    EXPECT_EQ(urgent->getPriority() * 1000 + usual->getPriority(), 51099);
+    usual->setPriority(51);
+    EXPECT_EQ(help.priorityCheck(urgent.get(), usual.get()), 0);
+    urgent->setPriority(INT32_MIN);
+    help.decrease(urgent.get());
+    EXPECT_EQ(urgent->getPriority(), INT32_MIN);
+}
+
 TEST(FrameStore, HandsNoFrameOutTwiceAndNoMoreThanItMay)
 {
     Store store(3);
