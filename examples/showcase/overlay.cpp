@@ -90,7 +90,8 @@ Overlay::Overlay() : m_t(KxcCore::getPrimitiveTranslator())
 void Overlay::draw(KxcGLSurface* screen, const World& world, const INT32* figures)
 {
     m_t->setRenderTarget(screen);
-    drawScore(world);
+    if (!figures) // in depth the score is sprites
+        drawScore(world);
     drawRadar(screen, world);
     for (INT32 i = 0; figures && i < 2; ++i)
     {

@@ -372,11 +372,15 @@ bool KxcPrimitiveTranslator::applyPaint(const Paint& paint, INT32 opacity)
 
 void KxcPrimitiveTranslator::render(INT32 rule, UINT8* pixels, INT32 pitch)
 {
-    typedef void (KxcPrimitiveDraw::*Render)(UINT8*, INT32, INT32, INT32, INT32);
-    static constexpr Render kRenders[2][2] = {{&KxcPrimitiveDraw::renderEvenOdd, &KxcPrimitiveDraw::renderEvenOddAA},
-                                              {&KxcPrimitiveDraw::renderNonZero, &KxcPrimitiveDraw::renderNonZeroAA}};
-    (m_renderer->*kRenders[rule][m_antialiasing])(pixels, m_target->getWidth(), m_target->getHeight(), pitch,
-                                                  m_target->getFormat());
+    const INT32 width = m_target->getWidth(), height = m_target->getHeight(), format = m_target->getFormat();
+    if (rule == KXCFILLRULE_EVENODD && m_antialiasing)
+        m_renderer->renderEvenOddAA(pixels, width, height, pitch, format);
+    else if (rule == KXCFILLRULE_EVENODD)
+        m_renderer->renderEvenOdd(pixels, width, height, pitch, format);
+    else if (m_antialiasing)
+        m_renderer->renderNonZeroAA(pixels, width, height, pitch, format);
+    else
+        m_renderer->renderNonZero(pixels, width, height, pitch, format);
     m_renderer->setFiller(nullptr); // which is the caller's, and may not outlive this
 }
 
