@@ -52,6 +52,8 @@ public:
     }
     /// Adds an element without a value. @return it, or null without memory
     T* extend() { return m_count < m_capacity || grow() ? m_items + m_count++ : nullptr; }
+    /// Makes it this many elements long, new ones without a value. @return false without memory
+    bool resize(INT32 count) { return reserve(count) && (m_count = count, true); }
     /// Forgets the elements from this one on; keeps the memory.
     void truncate(INT32 count) { m_count = count; }
     void clear() { m_count = 0; }

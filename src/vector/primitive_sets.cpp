@@ -28,7 +28,7 @@ void KxcPrimitiveDrawPointSet::calculateScaledValues(const KxcMatrix3& matrix, I
 {
     m_scaled.clear();
     const INT32 count = m_points.count();
-    if (!m_scaled.reserve(count))
+    if (!m_scaled.resize(count))
         return;
     const INT32 shift = 16 - gridShift;
     const INT64 xx = matrix.m[0][0].raw(), xy = matrix.m[0][1].raw(), yx = matrix.m[1][0].raw(),
@@ -38,8 +38,8 @@ void KxcPrimitiveDrawPointSet::calculateScaledValues(const KxcMatrix3& matrix, I
     {
         // Each product fits 63 bits, and so does the sum of their halves.
         const INT64 x = m_points[i].x.raw(), y = m_points[i].y.raw();
-        m_scaled.add({(((x * xx >> 1) + (y * yx >> 1)) >> (shift - 1)) + tx,
-                      (((x * xy >> 1) + (y * yy >> 1)) >> (shift - 1)) + ty});
+        m_scaled[i] = {(((x * xx >> 1) + (y * yx >> 1)) >> (shift - 1)) + tx,
+                       (((x * xy >> 1) + (y * yy >> 1)) >> (shift - 1)) + ty};
     }
 }
 

@@ -20,7 +20,7 @@ public:
             return;
         const INT32 bits =
             64 - __builtin_clzll(mantissa < 0 ? 0 - static_cast<UINT64>(mantissa) : static_cast<UINT64>(mantissa));
-        m_mantissa = bits > 31 ? mantissa / (INT64(1) << (bits - 31)) : mantissa * (INT64(1) << (31 - bits));
+        m_mantissa = bits > 31 ? mantissa >> (bits - 31) : mantissa * (INT64(1) << (31 - bits));
         m_exponent = exponent + bits - 31;
     }
     constexpr bool isZero() const { return m_mantissa == 0; }
@@ -36,7 +36,8 @@ public:
             return b.isZero() ? a : b + a;
         if (b.isZero() || a.m_exponent - b.m_exponent > 31)
             return a;
-        return {a.m_mantissa * (INT64(1) << (a.m_exponent - b.m_exponent)) / 2 + b.m_mantissa / 2, b.m_exponent + 1};
+        return {(a.m_mantissa * (INT64(1) << (a.m_exponent - b.m_exponent)) >> 1) + (b.m_mantissa >> 1),
+                b.m_exponent + 1};
     }
     friend constexpr KxcScaled operator-(KxcScaled a, KxcScaled b) { return a + -b; }
     /// b must not be 0.
@@ -63,7 +64,7 @@ public:
             return 0;
         if (shift + 31 > limit) // the mantissa's top bit would not fit
             return m_mantissa > 0 ? most : -most;
-        return shift >= 0 ? m_mantissa * (INT64(1) << shift) : m_mantissa / (INT64(1) << -shift);
+        return shift >= 0 ? m_mantissa * (INT64(1) << shift) : m_mantissa >> -shift;
     }
 
 private:

@@ -40,20 +40,36 @@ struct KxcDirection
     INT64 length; ///< in the units of the vector
 };
 
-/// @param x, y  any but the very largest: up to 2^61
-inline KxcDirection kxcDirection(INT64 x, INT64 y)
+/// A vector of up to 2^61 either way with 31 bits for its larger coordinate, and the length of that.
+struct KxcNormalVector
+{
+    INT64 x, y;
+    INT64 length;
+    INT32 shift; ///< what it was divided by is 2^shift
+};
+inline KxcNormalVector kxcNormalVector(INT64 x, INT64 y)
 {
     const UINT64 extent = static_cast<UINT64>(x < 0 ? -x : x) | static_cast<UINT64>(y < 0 ? -y : y);
     if (extent == 0)
-        return {0, 0, 0};
-    const INT32 shift = 33 - __builtin_clzll(extent); // what leaves 31 bits
-    const INT64 scaledX = shift > 0 ? x >> shift : x * (INT64(1) << -shift);
-    const INT64 scaledY = shift > 0 ? y >> shift : y * (INT64(1) << -shift);
+        return {0, 0, 0, 0};
+    const INT32 shift = 33 - __builtin_clzll(extent);
+    const auto scaled = [shift](INT64 c) { return shift > 0 ? c >> shift : c * (INT64(1) << -shift); };
+    const INT64 scaledX = scaled(x), scaledY = scaled(y);
     const UINT64 square = static_cast<UINT64>(scaledX * scaledX + scaledY * scaledY);
     const UINT64 guess = kxcSquareRoot(square);
-    const INT64 root = static_cast<INT64>((guess + square / guess + 1) / 2); // Newton's step: exact but for rounding
-    return {static_cast<INT32>(scaledX * (INT64(1) << 24) / root),
-            static_cast<INT32>(scaledY * (INT64(1) << 24) / root),
-            shift > 0 ? root * (INT64(1) << shift) : (root + ((INT64(1) << -shift) >> 1)) >> -shift};
+    // Newton's step: exact but for rounding.
+    return {scaledX, scaledY, static_cast<INT64>((guess + square / guess + 1) / 2), shift};
 }
-inline INT64 kxcLength(INT64 x, INT64 y) { return kxcDirection(x, y).length; }
+inline INT64 kxcLength(const KxcNormalVector& v)
+{
+    return v.shift > 0 ? v.length * (INT64(1) << v.shift) : (v.length + ((INT64(1) << -v.shift) >> 1)) >> -v.shift;
+}
+inline INT64 kxcLength(INT64 x, INT64 y) { return kxcLength(kxcNormalVector(x, y)); }
+inline KxcDirection kxcDirection(INT64 x, INT64 y)
+{
+    const KxcNormalVector v = kxcNormalVector(x, y);
+    if (v.length == 0)
+        return {0, 0, 0};
+    return {static_cast<INT32>(v.x * (INT64(1) << 24) / v.length),
+            static_cast<INT32>(v.y * (INT64(1) << 24) / v.length), kxcLength(v)};
+}
