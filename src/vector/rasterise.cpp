@@ -226,8 +226,14 @@ void Picture<kSampleRows>::stepChain(KxcEdgeChain& chain, INT32 firstRow) const
             columns[k] = columns[begin];
         for (INT32 k = end; k < kSampleRows; ++k)
             columns[k] = columns[end - 1];
-        chain.min = *std::min_element(columns, columns + kSampleRows);
-        chain.max = *std::max_element(columns, columns + kSampleRows);
+        INT32 least = columns[0], most = columns[0];
+        for (INT32 k = 1; k < kSampleRows; ++k)
+        {
+            least = std::min(least, columns[k]);
+            most = std::max(most, columns[k]);
+        }
+        chain.min = least;
+        chain.max = most;
         chain.rows = kAllRows << (8 * begin);
         if (end < kRows)
             chain.rows &= ~(kAllRows << (8 * end));
