@@ -1,5 +1,6 @@
 // transport_test.cpp - the datagrams of the transport, byte by byte, against a peer driven by hand.
 #include "net/raw_peer.h"
+#include "support/failing_new.h"
 
 namespace
 {
@@ -282,7 +283,8 @@ TEST(Transport, PeerThatCannotBeReachedDoesNotKeepTheOthersWaiting)
     nowhere->setPriority(0);
     for (KxcInetClientWin* client : {nowhere.get(), unknown.get()})
         client->setConnectionTimeout(1000);
-    host.write(KXCSLOT_RELIABLE, "x", nowhere.get());
+    for (int i = 0; i < 3; ++i) // there is always more
+        host.write(KXCSLOT_RELIABLE, "x", nowhere.get());
     host.write(KXCSLOT_RELIABLE, "x", unknown.get());
     host.write(KXCSLOT_RELIABLE, "y");
     host.run();
@@ -294,6 +296,21 @@ TEST(Transport, PeerThatCannotBeReachedDoesNotKeepTheOthersWaiting)
     host.run();
     host.run();
     EXPECT_EQ(late.receive(), datagram(1, 0, 3, message(7, "x")));
+}
+
+TEST(Transport, RunsAllocateNothingOnceAllFramesExist)
+{
+    Host host;
+    for (UINT32 run = 0; run < 60; ++run)
+    {
+        host.write(run % 2 ? KXCSLOT_RELIABLE : KXCSLOT_UNRELIABLE, "x");
+        host.peer.send(datagram(run, run, 2, message(7, "y")), host.address);
+        if (run == 30)
+            takeLargestAllocation();
+        host.run();
+        host.messages.clear();
+    }
+    EXPECT_EQ(takeLargestAllocation(), 0u);
 }
 
 TEST(Transport, FillsDatagramsAsTheCreatorSays)

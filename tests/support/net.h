@@ -98,6 +98,17 @@ public:
         bytes += packet->getTotalLength();
         carry(1 - end, std::string(packet->getBuffer(), static_cast<size_t>(packet->getTotalLength())), now);
     }
+    /// Lets an end receive a datagram that the other one did not send.
+    void inject(int end, UINT16 sequence, UINT16 acknowledgement, INT32 flags)
+    {
+        packet->reset();
+        packet->setProtocolId(1);
+        packet->setSequence(sequence);
+        packet->setAcknowledgement(acknowledgement);
+        packet->setFlags(flags);
+        packet->setReceived(KxcObjectPacketBase::kHeaderLength);
+        client(end).incoming(*packet);
+    }
     void runBoth()
     {
         run(0);
