@@ -25,6 +25,7 @@
 #include <kxcoreemb/image_loader.h>
 #include <kxcoreemb/inet.h>
 #include <kxcoreemb/linked_list.h>
+#include <kxcoreemb/memory_manager.h>
 #include <kxcoreemb/pixel_blender.h>
 #include <kxcoreemb/pixel_converter.h>
 #include <kxcoreemb/primitive_draw.h>

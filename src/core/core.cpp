@@ -20,6 +20,7 @@
 #include <kxcoreemb/gl.h>
 #include <kxcoreemb/host.h>
 #include <kxcoreemb/image_loader.h>
+#include <kxcoreemb/memory_manager.h>
 #include <kxcoreemb/primitive_translator.h>
 #include <kxcoreemb/string_toolkit.h>
 
@@ -165,6 +166,7 @@ void kxcCoreTearDown()
     delete[] kxcCore->commandLine;
     delete[] kxcCore->frameBuffer;
     kxcCore->alive = 0;
+    delete kxcCore->memory; // last: what was destroyed before may have lived there
     KxcCore::freeSystemMemory(kxcCore);
     kxcCore = nullptr;
 }
@@ -284,9 +286,9 @@ void KxcCore::setOutOfMemoryAction(INT32 action)
 void KxcCore::compactMemory(UINT32) {}
 
 // The system's allocator serves new and delete here: there is no pool to measure.
-UINT32 KxcCore::getFreePoolMemory() { return 0; }
+UINT32 KxcCore::getFreePoolMemory() { return KxcMemoryManager::getFreeMemory(); }
 
-UINT32 KxcCore::getMemoryBlockSize(void*) { return 0; }
+UINT32 KxcCore::getMemoryBlockSize(void* block) { return KxcMemoryManager::memSize(block); }
 
 void* KxcCore::allocateSystemMemory(INT32 bytes)
 {

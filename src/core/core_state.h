@@ -15,6 +15,7 @@ class KxcCFLResourceFilter;
 class KxcGLDevice;
 class KxcGLDeviceFactory;
 class KxcImageLoader;
+class KxcMemoryManager;
 class KxcResourceTable;
 class KxcStreamWorker;
 struct KxcGLDeviceInfo;
@@ -44,6 +45,7 @@ struct KxcCoreState
     KxcRenderer* renderer;       // the game's
     KxcInput* controller;        // the game's
     KxcAudioDevice* audioDevice; // owned; null until kxcUseAudioDefault
+    KxcMemoryManager* memory;    // owned; null until kxcUseMemoryManager
     KxcResourceTable* resources; // owned
     KxcMathTables* mathTables;   // owned
 
