@@ -132,11 +132,14 @@ void worst(benchmark::State& state)
 typedef Allocator<ourAlloc, ourFree> Ours;
 typedef Allocator<libraryAlloc, std::free> Library;
 
-BENCHMARK_CAPTURE(whole<Ours>, small, 72)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(whole<Library>, small, 72)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(whole<Ours>, mixed, 4096)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(whole<Library>, mixed, 4096)->Unit(benchmark::kMillisecond);
-BENCHMARK(worst<Ours>)->Iterations(1)->Unit(benchmark::kMillisecond);
-BENCHMARK(worst<Library>)->Iterations(1)->Unit(benchmark::kMillisecond);
+void heap(benchmark::State& state, UINT32 largest) { whole<Ours>(state, largest); }
+void library(benchmark::State& state, UINT32 largest) { whole<Library>(state, largest); }
+
+BENCHMARK_CAPTURE(heap, small, 72)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(library, small, 72)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(heap, mixed, 4096)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(library, mixed, 4096)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(worst, Ours)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(worst, Library)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 } // namespace

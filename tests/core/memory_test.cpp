@@ -427,7 +427,11 @@ TEST_F(MemoryThreads, AllocateSideBySide)
             if (block && random() % 4 == 0)
                 block = static_cast<UINT8*>(Heap::memRealloc(block, bytes));
             else if (block)
-                ASSERT_EQ(*block, UINT8(seed)), Heap::memFree(block), block = nullptr;
+            {
+                EXPECT_EQ(*block, UINT8(seed));
+                Heap::memFree(block);
+                block = nullptr;
+            }
             else
                 block = static_cast<UINT8*>(Heap::memAlloc(bytes, random() & 1));
             if (block)
