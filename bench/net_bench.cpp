@@ -1,8 +1,8 @@
 // net_bench.cpp - what a datagram, an idle run and a client cost, and how late messages are on a bad network.
 //
-// CPU: two schedulers in one thread over loopback sockets, against the bare socket calls. The clock is driven by hand, 60
-// runs a second, since the transport sends no more often than every millisecond. Latency: the simulated network of the
-// tests, 60 runs and 60 messages a second each way, 20 ms each way; the counters are milliseconds.
+// CPU: two schedulers in one thread over loopback sockets, against the bare socket calls. The clock is driven by hand,
+// 60 runs a second, since the transport sends no more often than every millisecond. Latency: the simulated network of
+// the tests, 60 runs and 60 messages a second each way, 20 ms each way; the counters are milliseconds.
 #include "support/net.h"
 
 #include <kxcoreemb/kxcoreemb.h>
