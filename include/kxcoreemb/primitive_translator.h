@@ -76,19 +76,31 @@ public:
     void setCurveSmoothLength(KxcFixed length);
     void setAntialiasing(INT32 on);
 
-    void setFillColor(UINT32 color); ///< 0x00RRGGBB
-    void setFillGradient(KxcPrimitiveDrawGradientFiller* filler);
-    void setFillImage(KxcPrimitiveDrawImageFiller* filler);
-    void setFillPattern(KxcPrimitiveDrawPatternFiller* filler);
-    void setFillOff();
+    void setFillColor(UINT32 color) { m_fill.setColor(color); } ///< 0x00RRGGBB
+    void setFillGradient(KxcPrimitiveDrawGradientFiller* filler)
+    {
+        m_fill.set(KXCPAINT_GRADIENT, filler, filler, nullptr);
+    }
+    void setFillImage(KxcPrimitiveDrawImageFiller* filler) { m_fill.set(KXCPAINT_IMAGE, filler, nullptr, nullptr); }
+    void setFillPattern(KxcPrimitiveDrawPatternFiller* filler)
+    {
+        m_fill.set(KXCPAINT_PATTERN, filler, nullptr, filler);
+    }
+    void setFillOff() { m_fill.set(KXCPAINT_OFF, nullptr, nullptr, nullptr); }
     void setFillOpacity(UINT8 opacity);
     void setFillRule(INT32 rule); ///< a KXCFILLRULE_; any other draws no fill
 
-    void setStrokeColor(UINT32 color); ///< 0x00RRGGBB
-    void setStrokeGradient(KxcPrimitiveDrawGradientFiller* filler);
-    void setStrokeImage(KxcPrimitiveDrawImageFiller* filler);
-    void setStrokePattern(KxcPrimitiveDrawPatternFiller* filler);
-    void setStrokeOff();
+    void setStrokeColor(UINT32 color) { m_stroke.setColor(color); } ///< 0x00RRGGBB
+    void setStrokeGradient(KxcPrimitiveDrawGradientFiller* filler)
+    {
+        m_stroke.set(KXCPAINT_GRADIENT, filler, filler, nullptr);
+    }
+    void setStrokeImage(KxcPrimitiveDrawImageFiller* filler) { m_stroke.set(KXCPAINT_IMAGE, filler, nullptr, nullptr); }
+    void setStrokePattern(KxcPrimitiveDrawPatternFiller* filler)
+    {
+        m_stroke.set(KXCPAINT_PATTERN, filler, nullptr, filler);
+    }
+    void setStrokeOff() { m_stroke.set(KXCPAINT_OFF, nullptr, nullptr, nullptr); }
     void setStrokeOpacity(UINT8 opacity);
     void setStrokeWidth(KxcFixed width);
     void setLineCap(INT32 cap);   ///< a KXCLINECAP_
@@ -201,6 +213,20 @@ private:
         KxcPrimitiveDrawFiller* filler;                 // of modes 2 to 4
         KxcPrimitiveDrawGradientFiller* gradientFiller; // the same one, of mode 2
         KxcPrimitiveDrawPatternFiller* patternFiller;   // of mode 4
+
+        void set(INT32 newMode, KxcPrimitiveDrawFiller* any, KxcPrimitiveDrawGradientFiller* gradient,
+                 KxcPrimitiveDrawPatternFiller* pattern)
+        {
+            mode = newMode;
+            filler = any;
+            gradientFiller = gradient;
+            patternFiller = pattern;
+        }
+        void setColor(UINT32 newColor)
+        {
+            set(KXCPAINT_COLOR, nullptr, nullptr, nullptr);
+            color = newColor & 0xFFFFFF;
+        }
     };
     enum EdgeFlag : UINT8
     {
@@ -225,7 +251,6 @@ private:
     INT32 curveSegments(INT64 length, INT32 least, INT32 most) const;
     INT32 gridShift() const { return m_antialiasing ? 3 : 0; }
 
-    void setPaint(Paint& paint, INT32 mode, KxcPrimitiveDrawFiller* filler);
     bool setClipping(INT32 width, INT32 height);
     bool applyPaint(const Paint& paint, INT32 opacity);
     void calculatePerceivedValues();

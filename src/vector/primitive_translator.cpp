@@ -133,57 +133,8 @@ void KxcPrimitiveTranslator::setAntialiasing(INT32 on)
     m_antialiasing = on != 0;
 }
 
-void KxcPrimitiveTranslator::setPaint(Paint& paint, INT32 mode, KxcPrimitiveDrawFiller* filler)
-{
-    paint.mode = mode;
-    paint.filler = filler;
-    paint.gradientFiller = nullptr;
-    paint.patternFiller = nullptr;
-}
-
-void KxcPrimitiveTranslator::setFillColor(UINT32 color)
-{
-    setPaint(m_fill, KXCPAINT_COLOR, nullptr);
-    m_fill.color = color & 0xFFFFFF;
-}
-void KxcPrimitiveTranslator::setFillGradient(KxcPrimitiveDrawGradientFiller* filler)
-{
-    setPaint(m_fill, KXCPAINT_GRADIENT, filler);
-    m_fill.gradientFiller = filler;
-}
-void KxcPrimitiveTranslator::setFillImage(KxcPrimitiveDrawImageFiller* filler)
-{
-    setPaint(m_fill, KXCPAINT_IMAGE, filler);
-}
-void KxcPrimitiveTranslator::setFillPattern(KxcPrimitiveDrawPatternFiller* filler)
-{
-    setPaint(m_fill, KXCPAINT_PATTERN, filler);
-    m_fill.patternFiller = filler;
-}
-void KxcPrimitiveTranslator::setFillOff() { setPaint(m_fill, KXCPAINT_OFF, nullptr); }
 void KxcPrimitiveTranslator::setFillOpacity(UINT8 opacity) { m_fillOpacity = opacity; }
 void KxcPrimitiveTranslator::setFillRule(INT32 rule) { m_fillRule = rule; }
-
-void KxcPrimitiveTranslator::setStrokeColor(UINT32 color)
-{
-    setPaint(m_stroke, KXCPAINT_COLOR, nullptr);
-    m_stroke.color = color & 0xFFFFFF;
-}
-void KxcPrimitiveTranslator::setStrokeGradient(KxcPrimitiveDrawGradientFiller* filler)
-{
-    setPaint(m_stroke, KXCPAINT_GRADIENT, filler);
-    m_stroke.gradientFiller = filler;
-}
-void KxcPrimitiveTranslator::setStrokeImage(KxcPrimitiveDrawImageFiller* filler)
-{
-    setPaint(m_stroke, KXCPAINT_IMAGE, filler);
-}
-void KxcPrimitiveTranslator::setStrokePattern(KxcPrimitiveDrawPatternFiller* filler)
-{
-    setPaint(m_stroke, KXCPAINT_PATTERN, filler);
-    m_stroke.patternFiller = filler;
-}
-void KxcPrimitiveTranslator::setStrokeOff() { setPaint(m_stroke, KXCPAINT_OFF, nullptr); }
 
 void KxcPrimitiveTranslator::setStrokeOpacity(UINT8 opacity)
 {

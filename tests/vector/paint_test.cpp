@@ -166,12 +166,13 @@ TEST_F(Paint, ImagesLieWhereTheyArePut)
     {
         filler->setFillOffset(int(offset.x), int(offset.y));
         fillThrough(matrix(1, 0, 0, 1, 1, 0), {{-1, 0}, {99, 0}, {99, 60}, {-1, 60}}); // it does not move with paths
+        const std::vector<UINT32> pixels = canvas.pixels();
         for (int y = 0; y < 60; ++y)
             for (int x = 1; x < 100; ++x)
             {
                 const int u = x - int(offset.x), v = y - int(offset.y);
                 const bool inside = u >= 0 && u < 30 && v >= 0 && v < 20;
-                const UINT32 p = canvas.pixel(x, y);
+                const UINT32 p = pixels[static_cast<size_t>(y * 100 + x)];
                 ASSERT_EQ(p >> 24, inside ? 0xFFu : 0u) << x << ", " << y;
                 ASSERT_NEAR(p >> 16 & 0xFF, inside ? u * 8 : 0, 7);
             }
@@ -190,9 +191,11 @@ TEST_F(Paint, PatternsRepeatTheirTileExactlyAndBetweenPixelsEvenly)
     t->setFillPattern(filler.get());
     const Contour all = {{0, 0}, {100, 0}, {100, 60}, {0, 60}};
     fillThrough(m_identity, all);
+    const std::vector<UINT32> pixels = canvas.pixels();
     for (int y = 0; y < 60; ++y)
         for (int x = 1; x < 100; ++x)
-            ASSERT_EQ(canvas.pixel(x, y), 0xFF000008u | UINT32((2 + x % 5) * 8) << 16 | UINT32((3 + y % 4) * 8) << 8);
+            ASSERT_EQ(pixels[static_cast<size_t>(y * 100 + x)],
+                      0xFF000008u | UINT32((2 + x % 5) * 8) << 16 | UINT32((3 + y % 4) * 8) << 8);
 
     filler->setPatternTransformation(matrix(2, 0, 0, 1, -15, -7)); // twice as wide, and off to the upper left
     fillThrough(m_identity, all);

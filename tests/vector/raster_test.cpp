@@ -37,7 +37,7 @@ void compareWithModel(bool smooth)
     constexpr int kSize = 48;
     reference::Noise noise;
     int inexact = 0;
-    for (int round = 0; round < 300; ++round)
+    for (int round = 0; round < 200; ++round)
     {
         Canvas canvas(kSize, kSize);
         const std::vector<Contour> shape = randomShape(noise, kSize);
@@ -101,7 +101,7 @@ TEST_F(Rasteriser, CountsAFullPixel252WhereAnEdgeTouchesItAnd255BetweenEdges)
         EXPECT_EQ(canvas.coverage(int(p.x), int(p.y)), 0);
 }
 
-TEST_F(Rasteriser, CountsWindingsThatABytesDoesNotHold)
+TEST_F(Rasteriser, CountsWindingsThatAByteDoesNotHold)
 {
     for (const int times : {128, 256, 300}) // at 256 a byte is 0 again
     {
@@ -140,6 +140,7 @@ TEST_F(Rasteriser, FillsTheUnionOfDiscsAndClipsTheirTables)
     canvas.draw->addIndexedSet(set.get());
     canvas.draw->renderNonZero(static_cast<UINT8*>(pixels), 40, 30, pitch, KXCSURFACEFORMAT_X888);
     canvas.surface->unlock();
+    const std::vector<UINT32> drawn = canvas.pixels();
     for (int y = 0; y < 30; ++y)
         for (int x = 0; x < 40; ++x)
         {
@@ -147,7 +148,7 @@ TEST_F(Rasteriser, FillsTheUnionOfDiscsAndClipsTheirTables)
             const double nearest = std::min(distance(15), distance(20));
             if (nearest >= 7.5 && nearest <= 8.8)
                 continue;
-            EXPECT_EQ(canvas.coverage(x, y), nearest < 8 ? 255 : 0) << x << ", " << y;
+            EXPECT_EQ(drawn[static_cast<size_t>(y * 40 + x)] & 0xFF, nearest < 8 ? 255u : 0u) << x << ", " << y;
         }
     EXPECT_FALSE(KxcPrimitiveDrawIndexedPrimitive::createHalfCircle(0, 0, 0, 0, 0, 1, 0, 9));
     EXPECT_FALSE(KxcPrimitiveDrawIndexedPrimitive::createHalfCircle(0, 0, 5, 0, 0, 1, 6, 9));

@@ -24,9 +24,10 @@ struct Stroke : testing::Test
     std::string runs(int y)
     {
         std::string result;
+        const std::vector<UINT32> all = canvas.pixels();
         for (int x = 0, start = -1; x <= canvas.width; ++x)
         {
-            const bool covered = x < canvas.width && canvas.coverage(x, y) > 126;
+            const bool covered = x < canvas.width && (all[static_cast<size_t>(y * canvas.width + x)] & 0xFF) > 126;
             if (covered && start < 0)
                 start = x;
             if (!covered && start >= 0)
@@ -135,7 +136,7 @@ TEST_F(Stroke, DrawsHairlinesFainterInsteadOfThinner)
             t->beginPath();
             canvas.add({{10, 20}, {110, 20}}, false);
             t->endPath();
-            for (int y = 0; y < canvas.height; ++y)
+            for (int y = 19; y < 22; ++y)
                 sum += canvas.coverage(50, y) / 32.0;
         }
         EXPECT_NEAR(sum, 0.25 * c.opacity, 0.03 * c.opacity + 0.5) << c.width;
