@@ -57,6 +57,7 @@ INT32 KxcStreamWorker::add(KxcStreamSocket* socket, INT32 kind, KxcAsyncCallBack
             return -1;
         request->socket = socket;
         request->kinds = (request->kinds & ~reserved) | kind;
+        ++request->changes;
         if (kind == receiving)
             request->receiver = callback;
         else
@@ -116,7 +117,7 @@ INT32 KxcStreamWorker::run()
     for (;;)
     {
         KxcPlatformSocketWatch watches[kMostRequests + 1] = {{wake.handle(), 0, 0}};
-        KxcStreamSocket* sockets[kMostRequests];
+        UINT32 changes[kMostRequests];
         INT32 watchOf[kMostRequests]; // 0: none
         INT32 count = 1;
         bool anySent = false;
@@ -126,7 +127,7 @@ INT32 KxcStreamWorker::run()
                 return 0;
             for (INT32 i = 0; i < kMostRequests; ++i)
             {
-                sockets[i] = requests[i].socket;
+                changes[i] = requests[i].changes;
                 anySent = anySent || (requests[i].kinds & finished);
                 watchOf[i] = watch(requests[i], watches[count]) ? count++ : 0;
             }
@@ -137,12 +138,10 @@ INT32 KxcStreamWorker::run()
             wake.drain();
         for (INT32 i = 0; i < kMostRequests; ++i)
         {
-            if (!sockets[i])
-                continue;
             const KxcHeld held(calling);
             tellOfSends(requests[i]);
             if (watchOf[i] && watches[watchOf[i]].ready)
-                serve(requests[i], sockets[i]);
+                serve(requests[i], changes[i]);
         }
     }
 }
@@ -165,14 +164,15 @@ void KxcStreamWorker::tellOfSends(Request& request)
     }
 }
 
-void KxcStreamWorker::serve(Request& request, KxcStreamSocket* socket)
+void KxcStreamWorker::serve(Request& request, UINT32 changes)
 {
     INT32 outcome, length = 0;
     KxcAsyncCallBack* callback;
     bool opened;
     {
         const KxcHeld held(mutex);
-        if (request.socket != socket) // it was closed meanwhile
+        KxcStreamSocket* socket = request.socket;
+        if (!socket || request.changes != changes) // it was closed meanwhile, or is asked for more
             return;
         opened = (request.kinds & (connecting | accepting)) != 0;
         callback = opened ? request.opener : request.receiver;

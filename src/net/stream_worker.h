@@ -48,6 +48,7 @@ private:
     {
         KxcStreamSocket* socket = nullptr; // null: free
         INT32 kinds = 0;
+        UINT32 changes = 0; // so far: tells whether what was waited for is still what is asked for
         KxcSocket* listening = nullptr;
         KxcAsyncCallBack *opener = nullptr, *receiver = nullptr;
         KxcLinkedList<Sent> sent;
@@ -58,8 +59,8 @@ private:
     Request* find(const KxcStreamSocket* socket); // with `mutex` held, like the next two
     void end(Request& request, INT32 kinds);      // no longer waits for these
     INT32 watch(const Request& request, struct KxcPlatformSocketWatch& watch) const;
-    void tellOfSends(Request& request);                    // with `calling` held, like the next two
-    void serve(Request& request, KxcStreamSocket* socket); // one that is ready
+    void tellOfSends(Request& request);           // with `calling` held, like the next two
+    void serve(Request& request, UINT32 changes); // one that is ready, unless it has changed since
     void receive(Request& request, KxcAsyncCallBack* callback, INT32 length);
 
     KxcMutex* calling = nullptr; // owned

@@ -31,12 +31,12 @@ int converse(const KxcInetAddress& other)
         UINT32 missing = kMessages;
         bool good = true;
     } heard;
-    struct Done : KxcDataReceiver
+    struct Last : KxcDataReceiver
     {
         using KxcDataReceiver::addData;
-        void addData(const char*, INT32) override { told = true; }
-        bool told = false;
-    } done;
+        void addData(const char* data, INT32 length) override { value.assign(data, static_cast<size_t>(length)); }
+        std::string value;
+    } done, state;
 
     embeddedInit(8, 8, nullptr, nullptr, nullptr);
     kxcUseNetwork();
@@ -47,6 +47,7 @@ int converse(const KxcInetAddress& other)
     scheduler->addCommunicationHandler(handler.get());
     scheduler->addDataReceiver(7, &heard);
     scheduler->addDataReceiver(8, &done);
+    scheduler->addDataReceiver(9, &state);
     std::unique_ptr<KxcInetClientWin> client(KxcInetClientWin::create(300, 100));
     client->setAddress(other);
     client->changePacketCreator(KXCCREATOR_MANY);
@@ -60,9 +61,12 @@ int converse(const KxcInetAddress& other)
         if (kxcPlatformMilliseconds() - start > kPatienceMs || !heard.good)
             return heard.good ? 1 : 2;
         KxcObjectDataFrame* frame;
-        if (run % 4 == 0 &&
-            (frame = client->getPacketFrame(KXCSLOT_UNRELIABLE))) // as in a game, there is always a state
-            SimulatedLink::write(frame, "?", 1), frame->setReceiverId(9);
+        if (run % 4 == 0 && (frame = client->getRecentStateFrame(1))) // as in a game, there is always a state
+        {
+            const std::string now = next < kMessages ? std::to_string(run) : "last";
+            SimulatedLink::write(frame, now.data(), static_cast<INT32>(now.size()));
+            frame->setReceiverId(9);
+        }
         for (int i = 0; i < 10 && next < kMessages && (frame = client->getPacketFrame(KXCSLOT_RELIABLE)); ++i, ++next)
             SimulatedLink::write(frame, messageOf(next).data(), static_cast<INT32>(messageOf(next).size()));
         if (heard.missing == 0 && !doneSent && (frame = client->getPacketFrame(KXCSLOT_URGENT)))
@@ -73,7 +77,7 @@ int converse(const KxcInetAddress& other)
             frame->unlock();
             doneSent = true;
         }
-        if (doneSent && done.told && finishedMs == 0)
+        if (doneSent && done.value == "x" && state.value == "last" && finishedMs == 0)
             finishedMs = kxcPlatformMilliseconds();
         embeddedFrame();
         kxcPlatformSleep(1);
@@ -121,7 +125,7 @@ private:
 
 } // namespace
 
-TEST(TwoProcesses, LoseNoReliableMessageThroughABadNetwork)
+TEST(TwoProcesses, LoseNoReliableMessageAndAgreeOnTheLastStateThroughABadNetwork)
 {
     std::vector<std::unique_ptr<Proxy>> proxies;
     std::vector<pid_t> programs;
