@@ -3,6 +3,7 @@
 // small    up to 72 bytes: lists of exact sizes
 // mixed    16 to 4096 bytes, log-uniform, in a pool a quarter larger than the most that is alive
 // worst    the longest single operation of the mixed trace, each at its best of five runs, in nanoseconds
+// merging  what every so many of them waits for: all free blocks of the mixed trace are merged
 #include <kxcoreemb/kxcoreemb.h>
 
 #include <benchmark/benchmark.h>
@@ -130,6 +131,27 @@ void worst(benchmark::State& state)
 }
 
 typedef Allocator<ourAlloc, ourFree> Ours;
+
+void merging(benchmark::State& state)
+{
+    const Trace trace(4096);
+    const Engine engine(trace.peak / 4 * 5);
+    Allocator<ourAlloc, ourFree> allocator;
+    size_t at = 0;
+    UINT32 blocks = 0, rounds = 0;
+    for (auto _ : state)
+    {
+        state.PauseTiming();
+        for (UINT32 i = 0; i < 50000; ++i)
+            allocator.run(trace.operations[at++ % trace.operations.size()]);
+        const UINT32 before = KxcMemoryManager::getFreeMemory();
+        state.ResumeTiming();
+        KxcMemoryManager::coalesceMemory();
+        blocks += (KxcMemoryManager::getFreeMemory() - before) / 4;
+        ++rounds;
+    }
+    state.counters["merged"] = double(blocks) / rounds;
+}
 typedef Allocator<libraryAlloc, std::free> Library;
 
 void heap(benchmark::State& state, UINT32 largest) { whole<Ours>(state, largest); }
@@ -141,5 +163,6 @@ BENCHMARK_CAPTURE(heap, mixed, 4096)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(library, mixed, 4096)->Unit(benchmark::kMillisecond);
 BENCHMARK_TEMPLATE(worst, Ours)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK_TEMPLATE(worst, Library)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(merging)->Iterations(100)->Unit(benchmark::kMicrosecond);
 
 } // namespace

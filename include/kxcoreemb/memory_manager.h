@@ -109,11 +109,14 @@ private:
     Node nodeOf(const UINT32* block) const { return static_cast<Node>(block - m_pool) + 1; }
     bool inPool(const void* block) const;
     UINT32 pageOf(const UINT32* block) const;
-    UINT32* largest(UINT32 page);
+    UINT32* tree() const;
+    UINT32 largest(UINT32 page) const;
+    UINT32 largestBeside(UINT32* block) const;
+    void replaceNode(UINT32* block, UINT32 size, UINT32* rest);
     void setLargest(UINT32 page, UINT32 size);
     void setFree(UINT32* block, UINT32 size, UINT32 flags);
     void* take(UINT32* block, UINT32 need, UINT32 flags);
-    UINT32 shorten(UINT32* block, UINT32 need);
+    UINT32* split(UINT32* block, UINT32 need);
 
     UINT32 m_state = 0; // 3 after initialize
     UINT32 m_poolWords = 0, m_usedWords = 0, m_blocks = 0;

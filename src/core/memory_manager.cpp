@@ -5,7 +5,8 @@
 // and its size once more in its last word, where the block above finds it (the pool's last block does without).
 //
 // What fits first is found without a walk through the list: behind the index of pages lies a binary tree of the
-// largest large block on each page. Its node i has the children 2i and 2i + 1; node 1 is the root.
+// largest large block on each page. Its node i has the children 2i and 2i + 1; node 1 is the root, and node 0 holds the
+// number of the leaves' first, which is how many leaves there are.
 #include "core/bitmap_file.h"
 #include "core/core_state.h"
 
@@ -49,7 +50,6 @@ UINT32 wordsFor(UINT32 bytes)
 
 UINT32 pagesOf(UINT32 words) { return (words + (1u << kPageShift) - 1) >> kPageShift; }
 
-/// The width of the tree's last level.
 UINT32 leavesFor(UINT32 pages)
 {
     UINT32 leaves = 1;
@@ -245,6 +245,7 @@ void KxcMemoryManager::initialize(UINT32 bytes)
                                  static_cast<INT32>(m_poolWords / (1024 / kWord)));
         KxcCore::systemPanic(gameText ? gameText : text);
     }
+    tree()[0] = leavesFor(pages);
     addFreeNode(m_pool, true);
     m_state = 3;
 }
@@ -294,24 +295,21 @@ void KxcMemoryManager::setFree(UINT32* block, UINT32 size, UINT32 flags)
 
 UINT32 KxcMemoryManager::pageOf(const UINT32* block) const { return static_cast<UINT32>(block - m_pool) >> kPageShift; }
 
-UINT32* KxcMemoryManager::largest(UINT32 page)
-{
-    const UINT32 pages = pagesOf(m_poolWords);
-    return m_pageIndex + pages + leavesFor(pages) + page;
-}
+UINT32* KxcMemoryManager::tree() const { return m_pageIndex + pagesOf(m_poolWords); }
+
+UINT32 KxcMemoryManager::largest(UINT32 page) const { return tree()[tree()[0] + page]; }
 
 void KxcMemoryManager::setLargest(UINT32 page, UINT32 size)
 {
-    const UINT32 pages = pagesOf(m_poolWords);
-    UINT32* const tree = m_pageIndex + pages;
-    UINT32 i = leavesFor(pages) + page;
-    tree[i] = size;
+    UINT32* const node = tree();
+    UINT32 i = node[0] + page;
+    node[i] = size;
     for (i /= 2; i > 0; i /= 2)
     {
-        const UINT32 larger = tree[2 * i] > tree[2 * i + 1] ? tree[2 * i] : tree[2 * i + 1];
-        if (tree[i] == larger)
+        const UINT32 larger = node[2 * i] > node[2 * i + 1] ? node[2 * i] : node[2 * i + 1];
+        if (node[i] == larger)
             return;
-        tree[i] = larger;
+        node[i] = larger;
     }
 }
 
@@ -348,7 +346,7 @@ void KxcMemoryManager::addFreeNode(UINT32* block, bool updateIndex)
     (behind ? previous(at(behind)) : m_largeTail) = node;
     if (updateIndex)
         fillIndices(block, node);
-    if (size > *largest(page))
+    if (size > largest(page))
         setLargest(page, size);
 }
 
@@ -366,34 +364,55 @@ void KxcMemoryManager::removeNode(UINT32* block, bool updateIndex)
         return;
     if (updateIndex)
         fillIndices(block, behind);
+    if (size == largest(pageOf(block)))
+        setLargest(pageOf(block), largestBeside(block));
+}
+
+/// Of the large free blocks on a block's page, leaving that one out.
+UINT32 KxcMemoryManager::largestBeside(UINT32* block) const
+{
     const UINT32 page = pageOf(block);
-    if (size < *largest(page))
-        return;
-    UINT32 left = 0; // the largest that stays
-    for (Node n = before; n && pageOf(at(n)) == page; n = previous(at(n)))
-        left = sizeOf(at(n)) > left ? sizeOf(at(n)) : left;
-    for (Node n = behind; n && pageOf(at(n)) == page; n = next(at(n)))
-        left = sizeOf(at(n)) > left ? sizeOf(at(n)) : left;
-    if (left != size)
-        setLargest(page, left);
+    UINT32 size = 0;
+    for (Node n = previous(block); n && pageOf(at(n)) == page; n = previous(at(n)))
+        size = sizeOf(at(n)) > size ? sizeOf(at(n)) : size;
+    for (Node n = next(block); n && pageOf(at(n)) == page; n = next(at(n)))
+        size = sizeOf(at(n)) > size ? sizeOf(at(n)) : size;
+    return size;
+}
+
+/// Puts a block of what was the upper part of a large one into its place in the list.
+void KxcMemoryManager::replaceNode(UINT32* block, UINT32 size, UINT32* rest)
+{
+    const Node node = nodeOf(rest), behind = next(block), before = previous(block);
+    const UINT32 page = pageOf(block), newPage = pageOf(rest), newSize = sizeOf(rest);
+    next(rest) = behind;
+    previous(rest) = before;
+    (before ? next(at(before)) : m_largeHead) = node;
+    (behind ? previous(at(behind)) : m_largeTail) = node;
+    fillIndices(rest, node);
+    if (size == largest(page))
+    {
+        const UINT32 others = largestBeside(block);
+        setLargest(page, page == newPage && newSize > others ? newSize : others);
+    }
+    if (newSize > largest(newPage))
+        setLargest(newPage, newSize);
 }
 
 /// The first of the large blocks that is large enough, from the bottom or from the top.
 UINT32* KxcMemoryManager::findFromVariableSize(UINT32 need, UINT32 flags)
 {
-    const UINT32 pages = pagesOf(m_poolWords), leaves = leavesFor(pages);
-    const UINT32* const tree = m_pageIndex + pages;
-    if (tree[1] < need)
+    const UINT32 pages = pagesOf(m_poolWords), preferred = flags & kFromTop;
+    const UINT32* const largestBelow = tree();
+    if (largestBelow[1] < need)
         return nullptr;
-    const UINT32 preferred = flags & kFromTop;
     UINT32 i = 1;
-    while (i < leaves)
+    while (i < largestBelow[0])
     {
         i = 2 * i + preferred;
-        if (tree[i] < need)
-            i ^= 1;
+        i ^= largestBelow[i] < need;
     }
-    const UINT32 page = i - leaves;
+    const UINT32 page = i - largestBelow[0];
     if (!preferred)
     {
         UINT32* block = at(m_pageIndex[page]);
@@ -458,42 +477,43 @@ void KxcMemoryManager::coalesceAll()
 
 // --- blocks ---------------------------------------------------------------------------------------------------------
 
-/// Cuts a block that is about to be used, if that leaves enough. The rest becomes free. @return the words it keeps
-UINT32 KxcMemoryManager::shorten(UINT32* block, UINT32 need)
+/// Makes a block a used one of so many words; its rest becomes free and is not in a list yet. @return the rest
+UINT32* KxcMemoryManager::split(UINT32* block, UINT32 need)
 {
-    const UINT32 size = sizeOf(block), rest = size - need;
-    const UINT32 last = *block & kLast;
+    const UINT32 rest = sizeOf(block) - need, last = *block & kLast;
     *block = need << kSizeShift | (*block & kPreviousInUse) | kInUse;
     setFree(block + need, rest, last | kPreviousInUse);
-    addFreeNode(block + need, true);
     ++m_blocks;
-    return need;
+    return block + need;
 }
 
 /// Makes a free block, or the part of it that is needed, a used one.
 void* KxcMemoryManager::take(UINT32* block, UINT32 need, UINT32 flags)
 {
-    const UINT32 size = sizeOf(block);
-    removeNode(block, true);
-    if (size <= need + kSpare)
+    const UINT32 size = sizeOf(block), rest = size - need;
+    if (rest <= kSpare)
     {
+        removeNode(block, true);
         *block |= kInUse;
         need = size;
     }
-    else if (!(flags & kFromTop))
+    else if (flags & kFromTop)
     {
-        shorten(block, need);
-    }
-    else
-    {
+        removeNode(block, true);
         const UINT32 last = *block & kLast;
-        UINT32* const used = block + (size - need);
-        *used = need << kSizeShift | last | kInUse;
-        setFree(block, size - need, *block & kPreviousInUse);
+        block[rest] = need << kSizeShift | last | kInUse;
+        setFree(block, rest, *block & kPreviousInUse);
         addFreeNode(block, true);
         ++m_blocks;
-        block = used;
+        block += rest;
     }
+    else if (rest < kLarge)
+    {
+        removeNode(block, true);
+        addFreeNode(split(block, need), true);
+    }
+    else
+        replaceNode(block, size, split(block, need));
     if (!isLast(block))
         *above(block) |= kPreviousInUse;
     m_usedWords += need;
@@ -554,7 +574,7 @@ void* KxcMemoryManager::doMemRealloc(void* payload, UINT32 size)
     {
         if (old - need >= kSmallest)
         {
-            shorten(block, need);
+            addFreeNode(split(block, need), true);
             m_usedWords -= old - need;
         }
         return payload;
@@ -589,7 +609,10 @@ void* KxcMemoryManager::doMemRealloc(void* payload, UINT32 size)
     }
     --m_blocks; // two became one
     if (grown > need + kSpare)
-        grown = shorten(block, need);
+    {
+        addFreeNode(split(block, need), true);
+        grown = need;
+    }
     if (!isLast(block))
         *above(block) |= kPreviousInUse;
     m_usedWords += grown - old;
