@@ -62,15 +62,17 @@ TEST(Discovery, AnswersAnyDatagramATenthOfASecondLater)
     KxcInetAddress to;
     to.setHost("127.0.0.1");
     to.setPort(port);
-    RawPeer first, second;
+    RawPeer first, others[9];
     const UINT32 asked = kxcPlatformMilliseconds();
     first.send("?", to);
-    second.send("", to);
+    for (RawPeer& other : others)
+        other.send("", to);
     const std::string expected("\3\2\x34\x12\4\5chess", 11);
     EXPECT_EQ(first.receive(kLongWaitMs), expected);
     EXPECT_GE(kxcPlatformMilliseconds() - asked, 100u);
-    EXPECT_EQ(second.receive(kLongWaitMs), expected);
-    EXPECT_LT(kxcPlatformMilliseconds() - asked, 200u) << "both waited at the same time";
+    for (RawPeer& other : others)
+        EXPECT_EQ(other.receive(kLongWaitMs), expected);
+    EXPECT_LT(kxcPlatformMilliseconds() - asked, 900u) << "all wait at the same time";
 
     auto changed = chess(port);
     changed->setMessageData("go", 2);

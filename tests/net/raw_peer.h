@@ -41,8 +41,8 @@ struct RawPeer
         EXPECT_EQ(socket->sendTo(bytes.data(), static_cast<INT32>(bytes.size()), 0, to),
                   static_cast<INT32>(bytes.size()));
     }
-    /// What has arrived, or "" when that is nothing.
-    std::string receive(INT32 waitMs = 0)
+    /// What has arrived, or "" when that is nothing. Even the loopback network may take a moment when it is busy.
+    std::string receive(INT32 waitMs = 3)
     {
         KxcPlatformSocketWatch watch = {kxcSocketHandle(*socket), 0, 0};
         if (kxcPlatformSocketWait(&watch, 1, waitMs) < 1)
