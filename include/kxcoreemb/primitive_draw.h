@@ -83,5 +83,6 @@ private:
     UINT32 m_color;               // 0xFFRRGGBB
     UINT32 m_color16;             // 55X5
     UINT32 m_opacity, m_opacity5; // 0..255, 0..32
-    INT32 m_format;               // of the surface in work, for the generic blitters
+    INT32 m_format, m_pitch;      // of the surface in work
+    INT32 m_rows;                 // how many rows the blitters write alike
 };

@@ -1,7 +1,8 @@
 // blit_spans.cpp - writes the spans of a row into pixels: a policy for each kind of target and paint.
 //
-// A policy has pixel(), for a pixel of a given coverage, and run(), for pixels of equal coverage, which are most: those
-// go to the loops of surfaces/pixel_kernels.h. A coverage of 0 leaves a pixel as it is.
+// A policy is made for a row. It has pixel(), for a pixel of a given coverage; run(), for pixels of equal coverage,
+// which are most, in `rows` rows that look alike; and below(), itself for a row further down. Runs go to the loops of
+// surfaces/pixel_kernels.h. A coverage of 0 leaves a pixel as it is.
 
 #include <kxcoreemb/primitive_draw.h>
 
@@ -24,17 +25,31 @@ UINT32 weight16(UINT32 coverage, UINT32 opacity5)
     return kOpaque ? weight : weight * opacity5 >> 5;
 }
 
+/// What lies so many bytes further.
 template <class Pixel>
-void fillRun(Pixel* pixels, INT32 count, UINT32 color)
+Pixel* further(Pixel* pixels, ptrdiff_t bytes)
 {
-    if (count <= kShortRun)
+    return reinterpret_cast<Pixel*>(reinterpret_cast<UINT8*>(pixels) + bytes);
+}
+
+/// Rows that look alike, and the bytes from one to the next.
+struct Rows
+{
+    INT32 count;
+    ptrdiff_t pitch;
+};
+
+template <class Pixel>
+void fillRun(Pixel* pixels, INT32 count, UINT32 color, const Rows& rows)
+{
+    if (count <= kShortRun && rows.count == 1)
     {
         for (INT32 i = 0; i < count; ++i)
             pixels[i] = static_cast<Pixel>(color);
         return;
     }
     const auto size = sizeof(Pixel) == 2 ? KxcPixelKernels::k16 : KxcPixelKernels::k32;
-    kxcPixelKernels().fill[size]({pixels, 0, nullptr, 0, count, 1, color, 0, nullptr, 0});
+    kxcPixelKernels().fill[size]({pixels, rows.pitch, nullptr, 0, count, rows.count, color, 0, nullptr, 0});
 }
 
 /// 55X5, and 565 as if it were that.
@@ -44,17 +59,16 @@ struct Blit16
     UINT16* row;
     UINT32 color, opacity5;
 
+    Blit16 below(ptrdiff_t bytes) const { return {further(row, bytes), color, opacity5}; }
     void pixel(INT32 x, UINT32 coverage) const { mix(row[x], weight16<kOpaque>(coverage, opacity5)); }
-    void run(INT32 x, INT32 end, UINT32 coverage) const
+    void run(INT32 x, INT32 end, UINT32 coverage, const Rows& rows) const
     {
         const UINT32 weight = weight16<kOpaque>(coverage, opacity5);
         if (weight == 32)
-            fillRun(row + x, end - x, color);
-        else if (end - x <= kShortRun)
-            for (; x < end; ++x)
-                mix(row[x], weight);
-        else
-            kxcPixelKernels().blendColorRun55X5[KxcPixelKernels::kAlphaRun](color, row + x, weight, end - x);
+            return fillRun(row + x, end - x, color, rows);
+        const auto blend = kxcPixelKernels().blendColorRun55X5[KxcPixelKernels::kAlphaRun];
+        for (INT32 i = 0; i < rows.count; ++i)
+            blend(color, further(row + x, i * rows.pitch), weight, end - x); // which leaves pixels at a weight of 0
     }
 
 private:
@@ -74,8 +88,9 @@ struct Blit16Filled
     const UINT32* colors;
     UINT32 opacity5;
 
+    const Blit16Filled& below(ptrdiff_t) const { return *this; } // there is one row at a time
     void pixel(INT32 x, UINT32 coverage) const { mix(x, weight16<false>(coverage, opacity5)); }
-    void run(INT32 x, INT32 end, UINT32 coverage) const
+    void run(INT32 x, INT32 end, UINT32 coverage, const Rows&) const
     {
         const UINT32 weight = weight16<false>(coverage, opacity5);
         for (; x < end; ++x)
@@ -118,19 +133,21 @@ struct Blit32
     UINT32* row;
     UINT32 color, opacity;
 
+    Blit32 below(ptrdiff_t bytes) const { return {further(row, bytes), color, opacity}; }
     void pixel(INT32 x, UINT32 coverage) const
     {
         // Exact for weights of 0 and 255 too: a test would be wrong as often as right.
         const UINT32 weight = divide255(coverage * opacity);
         row[x] = fromLanes(scaledLanes(toLanes(row[x]), 255 - weight)) + fromLanes(scaledLanes(toLanes(color), weight));
     }
-    void run(INT32 x, INT32 end, UINT32 coverage) const
+    void run(INT32 x, INT32 end, UINT32 coverage, const Rows& rows) const
     {
         const UINT32 weight = divide255(coverage * opacity);
         if (weight == 255)
-            fillRun(row + x, end - x, color);
-        else if (weight != 0)
-            kxcSpanKernels().mix32(row + x, end - x, scaleChannels(color, weight), 255 - weight);
+            return fillRun(row + x, end - x, color, rows);
+        const UINT32 added = scaleChannels(color, weight);
+        for (INT32 i = 0; i < rows.count; ++i)
+            kxcSpanKernels().mix32(further(row + x, i * rows.pitch), end - x, added, 255 - weight);
     }
 };
 
@@ -141,11 +158,12 @@ struct Blit32Filled
     UINT32* colors;
     UINT32 opacity;
 
+    const Blit32Filled& below(ptrdiff_t) const { return *this; }
     void pixel(INT32 x, UINT32 coverage) const
     {
         row[x] = BlendAlpha8888<kOpaqueTarget>::pixel(colors[x], row[x], divide255(coverage * opacity));
     }
-    void run(INT32 x, INT32 end, UINT32 coverage) const
+    void run(INT32 x, INT32 end, UINT32 coverage, const Rows&) const
     {
         const UINT32 weight = divide255(coverage * opacity);
         const KxcPixelKernels& kernels = kxcPixelKernels();
@@ -163,11 +181,19 @@ struct BlitGeneric
     UINT32 bytesPerPixel;
     KxcPixelConverter::ConversionFunction toPremul, fromPremul;
 
-    void pixel(INT32 x, UINT32 coverage) const { mix(x, divide255(coverage * opacity)); }
-    void run(INT32 x, INT32 end, UINT32 coverage) const
+    BlitGeneric below(ptrdiff_t bytes) const
     {
-        for (const UINT32 weight = divide255(coverage * opacity); x < end; ++x)
-            mix(x, weight);
+        BlitGeneric lower = *this;
+        lower.row += bytes;
+        return lower;
+    }
+    void pixel(INT32 x, UINT32 coverage) const { mix(x, divide255(coverage * opacity)); }
+    void run(INT32 first, INT32 end, UINT32 coverage, const Rows& rows) const
+    {
+        const UINT32 weight = divide255(coverage * opacity);
+        for (INT32 i = 0; i < rows.count; ++i)
+            for (INT32 x = first; x < end; ++x)
+                below(i * rows.pitch).mix(x, weight);
     }
 
 private:
@@ -212,13 +238,18 @@ void KxcPrimitiveDraw::blitSpans(const Blit& blit)
 {
     const KxcPrimitiveSpan* const spans = m_row->spans.items();
     const UINT8* const coverage = m_row->loRes;
+    const Rows rows = {m_rows, m_pitch};
     for (INT32 i = 0, count = m_row->spans.count(); i < count; ++i)
     {
         const KxcPrimitiveSpan& span = spans[i];
-        for (INT32 x = span.start; x < span.end; ++x)
-            blit.pixel(x, coverage[x]);
+        for (INT32 y = 0; y < rows.count; ++y)
+        {
+            const Blit lower = blit.below(y * rows.pitch);
+            for (INT32 x = span.start; x < span.end; ++x)
+                lower.pixel(x, coverage[x]);
+        }
         if (span.interior != 0 && i + 1 < count && span.end < spans[i + 1].start)
-            blit.run(span.end, spans[i + 1].start, static_cast<UINT32>(span.interior));
+            blit.run(span.end, spans[i + 1].start, static_cast<UINT32>(span.interior), rows);
     }
 }
 

@@ -70,7 +70,9 @@ KxcPrimitiveDraw::KxcPrimitiveDraw()
       m_color16(0),
       m_opacity(0),
       m_opacity5(0),
-      m_format(0)
+      m_format(0),
+      m_pitch(0),
+      m_rows(1)
 {
     setColor(0);
     setOpacity(255);

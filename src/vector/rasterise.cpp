@@ -34,11 +34,16 @@ public:
           m_pitch(pitch)
     {
     }
-    void write(INT32 y)
+    /// Rows that look alike, all at once where one colour fills them.
+    void write(INT32 y, INT32 count)
     {
-        if (m_draw.m_filler)
-            fillSpan(y);
-        (m_draw.*m_blit)(m_pixels + y * m_pitch, y);
+        m_draw.m_rows = m_draw.m_filler ? 1 : count;
+        for (const INT32 end = y + count; y < end; y += m_draw.m_rows)
+        {
+            if (m_draw.m_filler)
+                fillSpan(y);
+            (m_draw.*m_blit)(m_pixels + y * m_pitch, y);
+        }
     }
 
 private:
@@ -494,10 +499,11 @@ void drawRows(KxcPrimitiveRow& row, KxcPrimitiveDrawEdgeSet& edges, INT32 x1, IN
         }
         picture.stepEdges(y);
         picture.template spansFromAET<kNonZero>();
-        const INT32 alike = picture.endOfLikeRows(y);
+        const INT32 alike = std::min(picture.endOfLikeRows(y), end), first = y;
         do
-            writer.write(y++);
-        while (y < alike && y < end && row.heads[y] == nullptr);
+            ++y;
+        while (y < alike && row.heads[y] == nullptr);
+        writer.write(first, y - first);
         picture.removeEnded(y);
     }
 }
@@ -514,6 +520,7 @@ void KxcPrimitiveRaster::render(KxcPrimitiveDraw& draw, UINT8* pixels, INT32 wid
         draw.resize(width * kSampleRows, height * kSampleRows) && draw.m_row->reservePixels(width))
     {
         draw.m_format = format;
+        draw.m_pitch = pitch;
         RowWriter writer(draw, blit, pixels, pitch);
         const INT32 x2 = std::min(draw.m_clipX2, width * kSampleRows - 1);
         if (draw.m_edges->getMinRow() <= draw.m_edges->getMaxRow() && draw.m_clipX1 <= x2)

@@ -182,7 +182,7 @@ UINT32 blended(UINT32 d, UINT32 color, UINT32 coverage, UINT32 opacity, INT32 fo
 
 TEST_F(Rasteriser, BlendsByCoverageAndOpacityOnEveryFormat)
 {
-    constexpr int kWidth = 40, kHeight = 12;
+    constexpr int kWidth = 40, kHeight = 24;
     reference::Noise noise;
     for (const INT32 format : reference::kFormats)
         for (const UINT32 opacity : {255u, 254u, 128u, 60u, 3u, 0u})
@@ -208,6 +208,7 @@ TEST_F(Rasteriser, BlendsByCoverageAndOpacityOnEveryFormat)
                 c->t->setFillOpacity(static_cast<UINT8>(c == &mask ? 255 : opacity));
                 c->t->beginPath();
                 c->add({{1.3, 1.4}, {38.2, 0.6}, {30, 11.5}, {3, 9}});
+                c->add({{2, 13}, {37.4, 13}, {37.4, 23}, {2, 23}}); // rows that look alike
                 c->t->endPath();
             }
             const std::vector<UINT32> coverage = mask.pixels(), after = canvas.pixels();
