@@ -25,6 +25,7 @@
 #include <kxcoreemb/image_loader.h>
 #include <kxcoreemb/inet.h>
 #include <kxcoreemb/linked_list.h>
+#include <kxcoreemb/logger.h>
 #include <kxcoreemb/memory_manager.h>
 #include <kxcoreemb/pixel_blender.h>
 #include <kxcoreemb/pixel_converter.h>
@@ -32,6 +33,7 @@
 #include <kxcoreemb/primitive_fillers.h>
 #include <kxcoreemb/primitive_sets.h>
 #include <kxcoreemb/primitive_translator.h>
+#include <kxcoreemb/profiler.h>
 #include <kxcoreemb/resource_manager.h>
 #include <kxcoreemb/socket.h>
 #include <kxcoreemb/string_toolkit.h>

@@ -23,6 +23,15 @@ KXC_API INT32 kxcUseMemoryManager(UINT32 bytes);
 /// The form of KxcMemoryManager::setOwner for allocation macros.
 KXC_API void memmgrsetowner(const char* file, UINT32 line);
 
+/// What a debug variant of the heap keeps of each block.
+struct KxcMemoryManagerDebugData
+{
+    void* block;
+    const char* file; ///< whose owner allocated it
+    INT32 size;       ///< in bytes
+    INT16 line;
+};
+
 /// The engine's heap.
 ///
 /// A block is a header word and its payload, at least 16 bytes together, aligned to 4 bytes. Blocks are placed by exact

@@ -20,6 +20,7 @@
 #include <kxcoreemb/gl.h>
 #include <kxcoreemb/host.h>
 #include <kxcoreemb/image_loader.h>
+#include <kxcoreemb/logger.h>
 #include <kxcoreemb/memory_manager.h>
 #include <kxcoreemb/primitive_translator.h>
 #include <kxcoreemb/string_toolkit.h>
@@ -113,7 +114,8 @@ void kxcCoreBuild(INT32 width, INT32 height, void (*appPrefs)(KxcAppPrefs&))
     kxcCore->resources = new (std::nothrow) KxcResourceTable(prefs.resourceMemoryLimit);
     kxcCore->mathTables = kxcMathTablesCreate();
     kxcCore->archives = KxcCFL::create();
-    if (!kxcCore->resources || !kxcCore->mathTables || !kxcCore->archives)
+    kxcCore->logger = KxcLogger::create();
+    if (!kxcCore->resources || !kxcCore->mathTables || !kxcCore->archives || !kxcCore->logger)
         panicOutOfMemory(prefs.outOfMemoryMessage, sizeof(KxcMathTables));
     kxcCore->lastMilliseconds = kxcPlatformMilliseconds();
     kxcGLResetFillers();
@@ -151,6 +153,7 @@ void kxcCoreTearDown()
         return;
     endApplication();
     endStreamWorker();
+    kxcProfilerFree();
     kxcGLFree();
     kxcInputFree();
     kxcCFLFiltersFree();
@@ -161,6 +164,7 @@ void kxcCoreTearDown()
     kxcAudioFree();
     delete kxcCore->resources;
     delete kxcCore->scheduler;
+    delete kxcCore->logger;
     delete kxcCore->primitiveDraw;
     delete kxcCore->primitiveTranslator;
     delete[] kxcCore->commandLine;

@@ -1,6 +1,7 @@
 // core_state.h - the one object that every engine service hangs from, and the steps by which hosts run it.
 #pragma once
 
+#include "core/profiler.h"
 #include "gl/texture_cache.h"
 #include "gl/triangle.h"
 
@@ -15,6 +16,7 @@ class KxcCFLResourceFilter;
 class KxcGLDevice;
 class KxcGLDeviceFactory;
 class KxcImageLoader;
+class KxcLogger;
 class KxcMemoryManager;
 class KxcResourceTable;
 class KxcStreamWorker;
@@ -72,6 +74,10 @@ struct KxcCoreState
     UINT32 controlMappingCapacity, controlMappingCount;
     KxcScreenButton* screenButtons; // owned, newest first
     KxcScreenButton* heldButton;    // one of them, or null
+
+    KxcEventLog eventLog; // the profiler's
+    KxcSampler* sampler;  // owned: likewise; null while none runs
+    KxcLogger* logger;    // owned
 
     UINT32 lastMilliseconds;
     INT32 tick;
