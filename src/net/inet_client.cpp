@@ -198,13 +198,10 @@ void KxcInetClientWin::clientProtocolManager()
 
 INT32 KxcInetClientWin::createPayload(KxcObjectPacketBase& packet, UINT16 sequence)
 {
-    INT32 filled = frames->fill(packet, creatorKind, frameClass, sequence);
-    if (!filled)
-    {
-        frameClass ^= 1; // the other class has its turn, and keeps it
-        filled = frames->hasQueue() && frames->fill(packet, creatorKind, frameClass, sequence);
-    }
-    return filled;
+    if (frames->hasQueue() && frames->fill(packet, creatorKind, frameClass, sequence))
+        return 1;
+    frameClass ^= 1; // the other class has its turn, and keeps it
+    return frames->hasQueue() && frames->fill(packet, creatorKind, frameClass, sequence);
 }
 
 INT32 KxcInetClientWin::outgoing(KxcObjectPacketBase& packet)

@@ -23,8 +23,9 @@ KxcObjectPacketBase::~KxcObjectPacketBase() { delete[] buffer; }
 
 void KxcObjectPacketBase::reset()
 {
-    // Nobody wrote behind the payload, but a datagram that is too short for a header was written below it.
-    memset(buffer, 0, static_cast<size_t>(kHeaderLength + (payloadLength > 0 ? payloadLength : 0)));
+    memset(buffer, 0, kHeaderLength);
+    if (payloadLength > 0) // nobody wrote behind it
+        memset(buffer + kHeaderLength, 0, static_cast<size_t>(payloadLength));
     payloadLength = 0;
     sendFlag = 0;
 }

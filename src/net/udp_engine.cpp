@@ -92,9 +92,11 @@ INT32 OpenEngine::receive(KxcInetHandler* handler, KxcObjectPacketBase*& packet,
     // One byte more than fits tells a datagram that was cut off. It is dropped like a lost one: its rest would be
     // missing.
     const INT32 length = socket->recvFrom(receiveBuffer->getBuffer(), capacity + 1, 0, sender);
-    if (length <= 0 || length > capacity)
+    if (length <= 0)
         return length;
     receiveBuffer->setReceived(length);
+    if (length > capacity)
+        return length;
     clientIndex = handler->testAddress(sender);
     if (clientIndex < 0)
         handler->unknownSender(&sender, receiveBuffer);
