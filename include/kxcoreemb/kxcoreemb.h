@@ -35,7 +35,9 @@
 #include <kxcoreemb/primitive_translator.h>
 #include <kxcoreemb/profiler.h>
 #include <kxcoreemb/resource_manager.h>
+#include <kxcoreemb/rle_sprite.h>
 #include <kxcoreemb/socket.h>
 #include <kxcoreemb/string_toolkit.h>
 #include <kxcoreemb/surface.h>
+#include <kxcoreemb/surface_toolkit.h>
 #include <kxcoreemb/thread.h>
