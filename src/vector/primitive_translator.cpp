@@ -357,11 +357,11 @@ void KxcPrimitiveTranslator::endPath()
             render(m_fillRule, pixels, pitch);
         }
         calculatePerceivedValues();
-        if (m_circleDirty)
-            createRoundingCircle();
         if (m_stroke.mode != KXCPAINT_OFF && m_perceivedWidth > KxcFixed(0) && m_perceivedOpacity != 0 &&
             applyPaint(m_stroke, m_perceivedOpacity))
         {
+            if (m_circleDirty)
+                createRoundingCircle();
             calculateStroking();
             m_strokePoints->calculateScaledValues(m_transformation, gridShift());
             m_renderer->addPolygon(m_strokePoints, m_strokeLines);
