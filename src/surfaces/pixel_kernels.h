@@ -41,11 +41,34 @@ struct KxcPixelSamples
     INT32 width, height;
 };
 
+/// Rows of a sprite to lay over 55X5 pixels; rle_runs.h tells how they are encoded.
+struct KxcSpriteRows
+{
+    void* target;          ///< where the first visible pixel of the first row goes
+    ptrdiff_t targetPitch; ///< in bytes
+    const void* targetEnd; ///< of the whole picture: vectors may write what is there already up to here
+    const UINT16* data;    ///< goes on for 16 words behind the last row
+    const INT32* lines;    ///< where in the data the rows start
+    INT32 firstColumn, endColumn, rows;
+};
+
+/// The pixels of a row that a wider row is mixed from.
+struct KxcPixelMix
+{
+    const INT32 *left, *right; ///< in pixels
+    const UINT32* weights;     ///< of the right ones, 0..256
+    INT32 count;
+};
+
 struct KxcPixelKernels
 {
     typedef void (*Kernel)(const KxcPixelBlock& block);
     typedef void (*SampleKernel)(const KxcPixelSamples& samples);
     typedef void (*ColorRun)(UINT32 color, void* destination, UINT32 value, INT32 count);
+    typedef void (*SpriteKernel)(const KxcSpriteRows& rows);
+    typedef void (*WidenRow)(const void* source, const KxcPixelMix& mix, UINT32* pairs);
+    typedef void (*MixRows)(const UINT32* top, const UINT32* bottom, UINT32 weight, void* target, INT32 count);
+    typedef void (*SumRow)(const void* source, UINT32 weight, UINT32* sums, INT32 count);
     enum Size
     {
         k16,
@@ -83,6 +106,12 @@ struct KxcPixelKernels
     Kernel mix[KXCSURFACEFORMAT_COUNT]; ///< lays the value, 0xAARRGGBB, over the target; alpha 1..254
     SampleKernel sample[kSizes];
     SampleKernel samplePalette;
+    SpriteKernel layRuns;
+
+    // Rows of the toolkit, from and to 55X5 and 8888; texels.h tells what they work on.
+    WidenRow widenRow[kSizes]; ///< pairs: `count` times red and blue, and then `count` times alpha and green
+    MixRows mixRows[kSizes];   ///< two of those, and the weight of the lower one, 0..256
+    SumRow sumRow[kSizes];     ///< adds weight x channel to `count` sums of blue, then of green, red and alpha
 };
 
 /// The fastest table that this machine runs.
