@@ -155,6 +155,11 @@ void Game::onKeyDown(INT32 code)
     case 'M':
         m_sound.toggleMusic();
         break;
+    case 'T':
+        m_showTimes = !m_showTimes;
+        m_times.clear();
+        KxcProfiler::initEventLog();
+        break;
     case 'N':
         changeDevice((device->next ? device->next : KxcGL::getDeviceInfo())->deviceId, m_deviceFlags);
         break;
@@ -212,6 +217,7 @@ void Game::onPointerMove(INT32 x, INT32 y)
 
 void Game::render()
 {
+    KxcProfiler::resetEvent("IDLE ", "SCENE ");
     KxcGLSurface* screen = m_gl->getSecondary();
     m_left = whole(m_world.heroX()) - screen->getWidth() / 2;
     m_top = whole(m_world.heroY()) - screen->getHeight() / 2;
@@ -225,7 +231,11 @@ void Game::render()
     }
     drawButtons(screen);
     const INT32 figures[2] = {m_frameTenths, m_landscape.triangles()};
-    m_overlay.draw(screen, m_world, m_inDepth ? figures : nullptr);
+    KxcProfiler::addEvent("PANELS ");
+    m_overlay.draw(screen, m_world, m_inDepth ? figures : nullptr, m_showTimes ? m_times.c_str() : nullptr);
+    KxcProfiler::frameEvent(0);
+    if (m_showTimes && KxcProfiler::getEventLog())
+        m_times = KxcProfiler::getEventLog();
 }
 
 void Game::drawGround(KxcGLSurface* screen)

@@ -7,6 +7,7 @@
 #include "world.h"
 
 #include <memory>
+#include <string>
 
 class Game : public KxcApp, public KxcRenderer, public KxcInput
 {
@@ -47,6 +48,8 @@ private:
     Landscape m_landscape;
     Soundscape m_sound;
     Overlay m_overlay;
+    bool m_showTimes = false;
+    std::string m_times; // of the last frame
     bool m_inDepth = true;
     UINT32 m_deviceFlags = 0;
     INT32 m_frameTenths = 0;     // of a millisecond, averaged

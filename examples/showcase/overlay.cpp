@@ -1,6 +1,9 @@
 // overlay.cpp - panels, gauges and letters made of paths.
 #include "overlay.h"
 
+#include <cstring>
+#include <string>
+
 #include <initializer_list>
 
 namespace
@@ -16,8 +19,9 @@ struct MenuEntry
     const char* text;
     INT32 key; // what it stands for
 };
-constexpr MenuEntry kMenu[] = {{"LANDSCAPE OR MAP", 'V'}, {"PERSPECTIVE", 'P'},    {"WIRES", 'W'}, {"MUSIC", 'M'},
-                               {"NEXT DEVICE", 'N'},      {"TURN THE FRAME", 'O'}, {"QUIT", 27}};
+constexpr MenuEntry kMenu[] = {
+    {"LANDSCAPE OR MAP", 'V'}, {"PERSPECTIVE", 'P'},    {"WIRES", 'W'}, {"MUSIC", 'M'}, {"TIMES", 'T'},
+    {"NEXT DEVICE", 'N'},      {"TURN THE FRAME", 'O'}, {"QUIT", 27}};
 constexpr INT32 kMenuRows = sizeof(kMenu) / sizeof(kMenu[0]);
 
 /// Letters as lines between points of a grid 4 wide and 6 high: a column and a row for each, a space lifts the pen.
@@ -54,7 +58,10 @@ const char* glyph(char c)
                                                "0046 4006",
                                                "002340 2326",
                                                "00400646"};
-    return c >= '0' && c <= '9' ? kDigits[c - '0'] : c >= 'A' && c <= 'Z' ? kLetters[c - 'A'] : "";
+    return c >= '0' && c <= '9'   ? kDigits[c - '0']
+           : c >= 'A' && c <= 'Z' ? kLetters[c - 'A']
+           : c >= 'a' && c <= 'z' ? kLetters[c - 'a']
+                                  : "";
 }
 
 KxcFixed part(INT32 whole, INT32 parts) { return KxcFixed(whole) / parts; }
@@ -87,7 +94,7 @@ Overlay::Overlay() : m_t(KxcCore::getPrimitiveTranslator())
     m_depth->addGradientStop(1, 0xD0081018);
 }
 
-void Overlay::draw(KxcGLSurface* screen, const World& world, const INT32* figures)
+void Overlay::draw(KxcGLSurface* screen, const World& world, const INT32* figures, const char* times)
 {
     m_t->setRenderTarget(screen);
     if (!figures) // in depth the score is sprites
@@ -98,6 +105,13 @@ void Overlay::draw(KxcGLSurface* screen, const World& world, const INT32* figure
         char number[16];
         KxcStringToolkit::format(number, sizeof(number), "%d", figures[i]);
         text(number, screen->getWidth() - 80 + 40 * i, screen->getHeight() - 14, part(8, 6), kInk);
+    }
+    for (INT32 y = 60; times; y += 12)
+    {
+        const char* end = std::strchr(times, '\n');
+        const std::string line(times, end ? end : times + std::strlen(times));
+        text(line.c_str(), 8, y, 1, kInk);
+        times = end ? end + 1 : nullptr;
     }
     m_menuX = (screen->getWidth() - kMenuWidth) / 2;
     m_menuY = (screen->getHeight() - kMenuTop - kMenuRows * kMenuRow) / 2 - 10;

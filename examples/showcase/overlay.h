@@ -14,7 +14,8 @@ public:
     bool ready() const { return m_ready; } ///< false without memory, or without kxcUse2DVectorGraphics()
 
     /// @param figures  two numbers for the lower right corner, or null
-    void draw(KxcGLSurface* screen, const World& world, const INT32* figures);
+    /// @param times    lines for the left edge, or null
+    void draw(KxcGLSurface* screen, const World& world, const INT32* figures, const char* times);
 
     void toggleMenu() { m_open = !m_open; }
     /// Moves through the open menu. @return the key of the entry that was chosen, -1 when the menu took the control, 0
