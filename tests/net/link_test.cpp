@@ -108,6 +108,37 @@ TEST(BadNetwork, LosesNothingAroundTheWrap)
     }
 }
 
+TEST(BadNetwork, AsksAndAnswersInTheRunsThatFindOutAboutALoss)
+{
+    DrivenClock clock;
+    Engine engine;
+    constexpr UINT32 kRunMs = 16, kLost = 40; // two runs from end to end
+    LinkConditions how;
+    how.darkFromMs = clock.nowMs() + kLost * kRunMs;
+    how.darkToMs = how.darkFromMs + kRunMs;
+    SimulatedLink link(how, 40, 100);
+    std::vector<UINT32> runsUnderWay[2];
+    UINT32 run = 0;
+    link.received = [&](int end, const char* data, INT32)
+    {
+        UINT32 written;
+        memcpy(&written, data, sizeof(written));
+        runsUnderWay[end].push_back(run - written);
+    };
+    for (; run < 60; ++run, clock.advance(kRunMs))
+    {
+        link.send(0, &run, sizeof(run));
+        link.send(1, &run, sizeof(run));
+        link.runBoth();
+    }
+    const std::vector<UINT32> expected = {2, 7, 6, 5, 4, 3, 2}; // noticed after 3, asked until 5, answered until 7
+    for (const auto& runs : runsUnderWay)
+    {
+        ASSERT_EQ(runs.size(), 58u); // the last two are under way, and nothing came twice
+        EXPECT_EQ(std::vector<UINT32>(runs.begin() + kLost - 1, runs.begin() + kLost + 6), expected);
+    }
+}
+
 TEST(BadNetwork, ComesBackSoonAfterASecondOfDarkness)
 {
     DrivenClock clock;
