@@ -50,6 +50,7 @@ struct KxcSpriteRows
     const UINT16* data;    ///< goes on for 16 words behind the last row
     const INT32* lines;    ///< where in the data the rows start
     INT32 firstColumn, endColumn, rows;
+    bool clipped; ///< not all columns are visible
 };
 
 /// The pixels of a row that a wider row is mixed from.

@@ -15,43 +15,46 @@ constexpr UINT32 kOpaqueAlpha = 32;
 
 /// Calls, for what lies on columns first..end - 1, with x counted from `first`:
 ///   paint.opaque(x, colors, count), paint.translucent(x, pairs, count), paint.repeat(x, color, alpha, count)
-template <class Painter>
+/// Where nothing is clipped, first is 0 and end the sprite's width.
+template <bool kClipped, class Painter>
 inline void walkRuns(const UINT16* code, INT32 first, INT32 end, Painter& paint)
 {
-    UINT32 color = 0, alpha = 0; // of the last pixel
+    const UINT16* pixels = code; // behind the last pixel that has not been a repetition
+    bool opaque = true;          // was it
     INT32 column = 0;
-    while (column < end)
+    while (!kClipped || column < end)
     {
         const UINT32 word = *code++;
         if (word == 0)
             return;
         const INT32 count = static_cast<INT32>(word & kLongestRun);
-        const INT32 from = column > first ? column : first, skipped = from - column;
+        INT32 from = column, visible = count, skipped = 0;
         column += count;
-        const INT32 visible = (column < end ? column : end) - from;
-        switch (word >> kRunKindShift)
+        if (kClipped)
         {
-        case kRunTransparent:
-            break;
-        case kRunRepeat:
-            if (visible > 0)
-                paint.repeat(from - first, color, alpha, visible);
-            break;
-        case kRunOpaque:
-            if (visible > 0)
+            from = from > first ? from : first;
+            skipped = from - (column - count);
+            visible = (column < end ? column : end) - from;
+        }
+        const UINT32 kind = word >> kRunKindShift;
+        if (kind == kRunOpaque)
+        {
+            if (!kClipped || visible > 0)
                 paint.opaque(from - first, code + skipped, visible);
             code += count;
-            color = code[-1];
-            alpha = kOpaqueAlpha;
-            break;
-        default:
-            if (visible > 0)
+            pixels = code;
+            opaque = true;
+        }
+        else if (kind == kRunTranslucent)
+        {
+            if (!kClipped || visible > 0)
                 paint.translucent(from - first, code + 2 * skipped, visible);
             code += 2 * count;
-            color = code[-1];
-            alpha = code[-2];
-            break;
+            pixels = code;
+            opaque = false;
         }
+        else if (kind == kRunRepeat && (!kClipped || visible > 0))
+            paint.repeat(from - first, pixels[-1], opaque ? kOpaqueAlpha : pixels[-2], visible);
     }
 }
 

@@ -207,7 +207,7 @@ public:
     {
         kxcPixelKernels().layRuns({row(firstRow), m_pitch, m_pixels + m_target->getHeight() * ptrdiff_t{m_pitch},
                                    m_sprite.getData(), m_sprite.getLineTable() + firstRow, firstColumn, endColumn,
-                                   endRow - firstRow});
+                                   endRow - firstRow, firstColumn > 0 || endColumn < m_sprite.getWidth()});
     }
     template <class Painter>
     void paint(const Painter& painter, INT32 workFormat) const
@@ -216,7 +216,7 @@ public:
         for (INT32 y = firstRow; y < endRow; ++y)
         {
             rows.setRow(row(y));
-            walkRuns(m_sprite.getData() + m_sprite.getLineTable()[y], firstColumn, endColumn, rows);
+            walkRuns<true>(m_sprite.getData() + m_sprite.getLineTable()[y], firstColumn, endColumn, rows);
         }
     }
 
