@@ -95,6 +95,7 @@ class KXC_API KxcStreamSocket : public KxcSocket
 {
 public:
     static KxcStreamSocket* create(INT32 reserved = 0); ///< an IPv4 stream; null when the system has none left
+    ~KxcStreamSocket() override;
     using KxcSocket::open;
 
     INT32 bind(KxcAddress& local); ///< @return 0 or -1

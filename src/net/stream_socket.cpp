@@ -20,6 +20,9 @@ KxcStreamSocket* KxcStreamSocket::create(INT32)
     return socket;
 }
 
+/// Here and not only in the base: the worker may use the socket until it was closed.
+KxcStreamSocket::~KxcStreamSocket() { close(); }
+
 KxcStreamWorker* KxcStreamSocket::worker()
 {
     if (kxcCore && !kxcCore->streamWorker)
