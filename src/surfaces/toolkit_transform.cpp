@@ -20,6 +20,15 @@ INT64 raw(KxcFixed value) { return value.raw(); }
 
 // Matrices
 
+/// A quarter turn moves pixels and mixes none, though its sines are only near to 0 and 1.
+KxcFixed snapped(KxcFixed value)
+{
+    constexpr INT64 kNear = 16; // their error is 8/65536, and the angle is rounded as well
+    const INT64 whole = (raw(value) + kOne / 2) & ~(kOne - 1);
+    const INT64 off = raw(value) - whole;
+    return off >= -kNear && off <= kNear ? KxcFixed::fromRaw(static_cast<INT32>(whole)) : value;
+}
+
 /// How long a step of one source pixel becomes, squared, in 16.16; at most 1.0, for growth is no matter here.
 INT32 squaredScale(const KxcFixed (&axis)[3])
 {
@@ -231,7 +240,11 @@ KxcGLSurface* KxcGLSurfaceToolkit::rotateSurface(KxcGLSurface* source, KxcFixed 
 {
     KxcMatrix3 m;
     KxcVector2 origin;
-    return transformSurface(source, KxcMath::matrixRotation2D(m, angle), origin);
+    KxcMath::matrixRotation2D(m, angle);
+    for (KxcFixed(&row)[3] : m.m)
+        for (KxcFixed& entry : row)
+            entry = snapped(entry);
+    return transformSurface(source, m, origin);
 }
 
 KxcGLSurface* KxcGLSurfaceToolkit::skewSurface(KxcGLSurface* source, KxcFixed skewX, KxcFixed skewY)
