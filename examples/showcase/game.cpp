@@ -87,7 +87,8 @@ Game::Game(INT32 fixedStepMs, const char* device)
     m_hero = loadPicture("data/hero.tga", KXCSURFACEFORMAT_PREMUL8888);
     m_pad = loadPicture("data/pad.tga", KXCSURFACEFORMAT_PREMUL8888);
     m_ready = m_gl && m_tiles && m_sheets[SHEET_GEMS] && m_sheets[SHEET_LIGHTS] && m_hero && m_pad;
-    m_ready = m_ready && m_landscape.load() && m_overlay.ready();
+    m_ready = m_ready && m_landscape.load() && m_overlay.ready() &&
+              m_workshop.load(m_hero.get(), m_sheets[SHEET_LIGHTS].get());
     if (!m_ready)
         return;
     m_landscape.setUp(m_gl.get());
@@ -160,6 +161,9 @@ void Game::onKeyDown(INT32 code)
         m_times.clear();
         KxcProfiler::initEventLog();
         break;
+    case 'B':
+        m_workshop.toggle(m_gl->getSecondary());
+        break;
     case 'N':
         changeDevice((device->next ? device->next : KxcGL::getDeviceInfo())->deviceId, m_deviceFlags);
         break;
@@ -221,7 +225,9 @@ void Game::render()
     KxcGLSurface* screen = m_gl->getSecondary();
     m_left = whole(m_world.heroX()) - screen->getWidth() / 2;
     m_top = whole(m_world.heroY()) - screen->getHeight() / 2;
-    if (m_inDepth)
+    if (m_workshop.isOpen())
+        m_workshop.draw(screen);
+    else if (m_inDepth)
         m_landscape.draw(m_gl.get(), m_world);
     else
     {

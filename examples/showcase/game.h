@@ -4,6 +4,7 @@
 #include "landscape.h"
 #include "overlay.h"
 #include "sound.h"
+#include "workshop.h"
 #include "world.h"
 
 #include <memory>
@@ -48,6 +49,7 @@ private:
     Landscape m_landscape;
     Soundscape m_sound;
     Overlay m_overlay;
+    Workshop m_workshop;
     bool m_showTimes = false;
     std::string m_times; // of the last frame
     bool m_inDepth = true;

@@ -19,8 +19,8 @@ constexpr char kUsage[] =
     "\n"
     "Arrow keys, the pointer or the buttons on the screen fly the glider; Return throws back what\n"
     "it caught. V changes between landscape and map, P switches perspective correction, W draws\n"
-    "wires, N takes the next graphics device, O turns the frame, M stops the music; Tab opens a menu\n"
-    "of these. F12 saves a picture; Escape ends.\n"
+    "wires, N takes the next graphics device, O turns the frame, M stops the music, B opens a\n"
+    "workshop for pictures; Tab opens a menu of these. F12 saves a picture; Escape ends.\n"
     "  --device NAME  a graphics device: ReferenceARM, DefaultFSAA, DefaultUpsample,\n"
     "                 DefaultProfiler, ZBuffer\n"
     "  --headless    run without a display: play by itself, write some frames as PNG files\n"
@@ -59,6 +59,8 @@ constexpr Action kActions[] = {
     {10, [] { embeddedKeyDown(39); }}, // the right arrow key
     {80, [] { embeddedKeyUp(39); }},
     {90, [] { embeddedPointerDown(66, 214); }}, // the screen button "up"
+    {100, [] { embeddedKeyDown('B'); }},        // the workshop
+    {110, [] { embeddedKeyDown('B'); }},
     {150, [] { embeddedPointerUp(66, 214); }},
     {160, [] { embeddedPointerDown(60, 60); }}, // fly to a place
     {161, [] { embeddedPointerUp(60, 60); }},
@@ -106,7 +108,7 @@ int runHeadless(INT32 frames, const std::string& folder)
         const auto start = std::chrono::steady_clock::now();
         const short* frame = embeddedFrame();
         seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        if (i % 100 == 70 || i == frames - 1)
+        if (i % 100 == 70 || i % 300 == 105 || i == frames - 1)
         {
             char name[32];
             std::snprintf(name, sizeof(name), "/showcase%04d.png", i);

@@ -20,8 +20,8 @@ struct MenuEntry
     INT32 key; // what it stands for
 };
 constexpr MenuEntry kMenu[] = {
-    {"LANDSCAPE OR MAP", 'V'}, {"PERSPECTIVE", 'P'},    {"WIRES", 'W'}, {"MUSIC", 'M'}, {"TIMES", 'T'},
-    {"NEXT DEVICE", 'N'},      {"TURN THE FRAME", 'O'}, {"QUIT", 27}};
+    {"LANDSCAPE OR MAP", 'V'}, {"PERSPECTIVE", 'P'}, {"WIRES", 'W'},          {"MUSIC", 'M'}, {"TIMES", 'T'},
+    {"WORKSHOP", 'B'},         {"NEXT DEVICE", 'N'}, {"TURN THE FRAME", 'O'}, {"QUIT", 27}};
 constexpr INT32 kMenuRows = sizeof(kMenu) / sizeof(kMenu[0]);
 
 /// Letters as lines between points of a grid 4 wide and 6 high: a column and a row for each, a space lifts the pen.
