@@ -4,6 +4,7 @@
 // place of its own. The output is the headless one, clocked by hand: nothing but the mixer runs.
 #include <kxcoreemb/kxcoreemb.h>
 
+#include <algorithm>
 #include <atomic>
 #include <benchmark/benchmark.h>
 #include <chrono>
@@ -145,6 +146,11 @@ void playBesideTheMixer(benchmark::State& state)
     state.counters["pass_us"] = pass * 1e6;
     state.counters["longest/pass"] = longest / pass;
 }
-BENCHMARK(playBesideTheMixer)->Iterations(1)->Repetitions(3)->ReportAggregatesOnly(false);
+// Other programs stretch single calls: the least and the median of many runs tell.
+BENCHMARK(playBesideTheMixer)
+    ->Iterations(1)
+    ->Repetitions(15)
+    ->ReportAggregatesOnly()
+    ->ComputeStatistics("min", [](const std::vector<double>& v) { return *std::min_element(v.begin(), v.end()); });
 
 } // namespace

@@ -37,9 +37,10 @@ KxcAudioDevice* KxcAudioDevice::create()
     if (device)
     {
         device->m_mutex = KxcFairMutex::create();
+        device->m_passMutex = KxcFairMutex::create();
         device->m_outputMutex = KxcMutex::create();
     }
-    if (device && device->m_mutex && device->m_outputMutex)
+    if (device && device->m_mutex && device->m_passMutex && device->m_outputMutex)
         return device;
     delete device;
     return nullptr;
@@ -47,13 +48,14 @@ KxcAudioDevice* KxcAudioDevice::create()
 
 KxcAudioDevice::~KxcAudioDevice()
 {
-    if (m_mutex && m_outputMutex)
+    if (m_mutex && m_passMutex && m_outputMutex)
         closeAudio();
     for (INT32 i = 0; i < m_channelCount; ++i)
         stopChannel(m_channels[i]);
     delete[] m_channels;
     delete m_primary;
     delete m_outputMutex;
+    delete m_passMutex;
     delete m_mutex;
 }
 
@@ -103,6 +105,8 @@ KxcAudioStream* KxcAudioDevice::clearChannel(KxcAudioChannel& channel)
     KxcAudioStream* stream = channel.state.has(KXCAUDIOSTATE_ACTIVE) ? streamOf(channel) : nullptr;
     delete channel.ring;
     markActive(channel, false);
+    const ptrdiff_t index = &channel - m_channels;
+    m_pending[index / 64] &= ~(UINT64(1) << (index % 64)); // what takes its place is heard from the next pass on
     channel = {};
     channel.state.reset();
     channel.state.id = kKxcAudioNoId;
@@ -178,14 +182,14 @@ R KxcAudioDevice::ofProducer(KxcAudioProducer* producer, R neutral, F f)
 {
     if (!producer || !producer->state)
         return neutral;
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return f(*producer->state);
 }
 
 template <class R, class F>
 R KxcAudioDevice::ofSound(UINT32 id, R neutral, F f)
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     KxcAudioChannel* channel = find(id);
     return channel ? f(channel->state) : neutral;
 }
@@ -211,7 +215,7 @@ UINT32 KxcAudioDevice::play(KxcAudioProducer* producer, FLOAT32 rate, KxcFixed v
 {
     if (!producer || !producer->state)
         return 0;
-    DeviceHold hold(m_mutex);
+    VoiceHold hold(m_mutex);
     KxcAudioChannel* channel = isUsable() ? allocate(priority) : nullptr;
     if (!channel)
         return 0;
@@ -236,23 +240,32 @@ UINT32 KxcAudioDevice::play(KxcAudioProducer* producer, FLOAT32 rate, KxcFixed v
     return id;
 }
 
+// What is left out is the producer's. Holding the lock from here on, a call waits for the mixer once instead of for
+// each of its parts.
 UINT32 KxcAudioDevice::play(KxcAudioProducer* producer, FLOAT32 rate, KxcFixed volume, KxcFixed panning)
 {
+    VoiceHold hold(m_mutex);
     return play(producer, rate, volume, panning, getPriority(producer));
 }
 UINT32 KxcAudioDevice::play(KxcAudioProducer* producer, FLOAT32 rate, KxcFixed volume)
 {
+    VoiceHold hold(m_mutex);
     return play(producer, rate, volume, getPanning(producer));
 }
 UINT32 KxcAudioDevice::play(KxcAudioProducer* producer, FLOAT32 rate)
 {
+    VoiceHold hold(m_mutex);
     return play(producer, rate, getVolume(producer));
 }
-UINT32 KxcAudioDevice::play(KxcAudioProducer* producer) { return play(producer, getSamplingRate(producer)); }
+UINT32 KxcAudioDevice::play(KxcAudioProducer* producer)
+{
+    VoiceHold hold(m_mutex);
+    return play(producer, getSamplingRate(producer));
+}
 
 INT32 KxcAudioDevice::stop(UINT32 id)
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     KxcAudioChannel* channel = find(id);
     if (channel)
         stopChannel(*channel);
@@ -263,7 +276,7 @@ INT32 KxcAudioDevice::stopEach(KxcAudioProducer* producer)
 {
     if (!producer || !producer->state)
         return 0;
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     INT32 found = 0; // a closed device's channels, too: the producer may be about to go
     for (INT32 i = 0; i < m_channelCount; ++i)
         if (plays(m_channels[i], producer))
@@ -276,13 +289,13 @@ INT32 KxcAudioDevice::stopEach(KxcAudioProducer* producer)
 
 INT32 KxcAudioDevice::stopAll()
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return forEach(nullptr, [this](KxcAudioChannel& channel) { stopChannel(channel); });
 }
 
 INT32 KxcAudioDevice::pause(UINT32 id)
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     KxcAudioChannel* channel = find(id);
     if (channel)
         setActive(*channel, false);
@@ -293,19 +306,19 @@ INT32 KxcAudioDevice::pauseEach(KxcAudioProducer* producer)
 {
     if (!producer || !producer->state)
         return 0;
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return forEach(producer, [this](KxcAudioChannel& channel) { setActive(channel, false); });
 }
 
 INT32 KxcAudioDevice::pauseAll()
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return forEach(nullptr, [this](KxcAudioChannel& channel) { setActive(channel, false); });
 }
 
 INT32 KxcAudioDevice::resume(UINT32 id)
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     KxcAudioChannel* channel = find(id);
     if (channel)
         setActive(*channel, true);
@@ -316,13 +329,13 @@ INT32 KxcAudioDevice::resumeEach(KxcAudioProducer* producer)
 {
     if (!producer || !producer->state)
         return 0;
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return forEach(producer, [this](KxcAudioChannel& channel) { setActive(channel, true); });
 }
 
 INT32 KxcAudioDevice::resumeAll()
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return forEach(nullptr, [this](KxcAudioChannel& channel) { setActive(channel, true); });
 }
 
@@ -404,38 +417,38 @@ INT32 KxcAudioDevice::setLoopOffsets(UINT32 id, INT32 start, INT32 end)
 
 KxcFixed KxcAudioDevice::getMasterVolume()
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return m_masterVolume;
 }
 
 INT32 KxcAudioDevice::setMasterVolume(KxcFixed volume)
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     m_masterVolume = clampToUnity(volume);
     return 1;
 }
 
 INT32 KxcAudioDevice::getChannelCount()
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return m_channelCount;
 }
 
 INT32 KxcAudioDevice::setChannelCount(INT32 channels)
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return channels >= 1 && channels <= kMostChannels && isUsable() && rebuildChannels(channels);
 }
 
 UINT32 KxcAudioDevice::getQuality()
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return m_quality;
 }
 
 INT32 KxcAudioDevice::setQuality(UINT32 quality)
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     m_quality = quality;
     return 1;
 }

@@ -4,8 +4,13 @@
 // a hardware buffer, the audio thread calls fillOutput(), which copies from the ring's read position, and then
 // mixAhead(), which mixes what comes next into the part that was read: the ring stays one hardware buffer ahead.
 //
-// Locks are taken in this order: the output's (it is being opened or closed), the device's, the primary buffer's, a
-// producer's. The audio thread never takes the first, so that closing may wait for it.
+// Locks are taken in this order: the output's (it is being opened or closed), the pass's, the device's, the primary
+// buffer's, a producer's. The audio thread never takes the first, so that closing may wait for it.
+//
+// The mixer holds the pass's lock for a whole pass, and so does every other call for its time: none sees a pass half
+// done. Only play() goes without, and the mixer lets it in between two voices: a game that starts a sound waits for a
+// voice, not for hundreds. What a pass mixes is settled when it starts, so sounds that were started together are first
+// heard together.
 #pragma once
 
 #include "audio/audio_state.h"
@@ -104,7 +109,18 @@ public:
 protected:
     static constexpr INT32 kMostChannels = 256;
     typedef KxcHold<KxcMutex> Hold;
-    typedef KxcHold<KxcFairMutex> DeviceHold;
+    typedef KxcHold<KxcFairMutex> VoiceHold; // of the device's lock alone, as play() takes it
+
+    /// Holds the device's lock while no pass runs. A call from within another one, of a stream, has what that one has.
+    struct DeviceHold
+    {
+        explicit DeviceHold(KxcAudioDevice& device)
+            : pass(device.m_mutex->isMine() ? nullptr : device.m_passMutex),
+              voices(device.m_mutex)
+        {
+        }
+        KxcHold<KxcFairMutex> pass, voices;
+    };
 
     KxcAudioDevice() = default;
 
@@ -134,6 +150,7 @@ protected:
     // Mixing (audio_mixing.cpp); the device's lock is held.
     bool makePrimary(const KxcAudioFormat& obtained); // of the output; empty
     void mixRegion(INT32 position, INT32 count);
+    bool mixPending(INT32 position, INT32 count); // @return false when play() waits and more is to be mixed
     void mixChannel(KxcAudioChannel& channel, INT32 position, INT32 count);
     bool fillRing(KxcAudioChannel& channel, KxcAudioBuffer*& ring, INT32 count);
     bool growRing(KxcAudioChannel& channel, KxcAudioBuffer*& ring, INT64 samples);
@@ -149,12 +166,14 @@ protected:
     KxcAudioFormat m_format;               // the output's
     KxcAudioChannel* m_channels = nullptr; // owned
     UINT64 m_active[kMostChannels / 64] = {};
-    KxcFairMutex* m_mutex = nullptr;     // owned: the device's lock
-    KxcMutex* m_outputMutex = nullptr;   // owned
-    KxcAudioBuffer* m_primary = nullptr; // owned
-    INT32 m_read = 0, m_write = 0;       // in the primary buffer, in samples; read - write are to be mixed
-    INT32 m_silent = 0;                  // samples before m_write that hold silence
-    UINT32 m_serial = 0;                 // of the last play id, 23 bits
+    UINT64 m_pending[kMostChannels / 64] = {}; // what the pass that runs is still to mix
+    KxcFairMutex* m_passMutex = nullptr;       // owned
+    KxcFairMutex* m_mutex = nullptr;           // owned: the device's lock
+    KxcMutex* m_outputMutex = nullptr;         // owned
+    KxcAudioBuffer* m_primary = nullptr;       // owned
+    INT32 m_read = 0, m_write = 0;             // in the primary buffer, in samples; read - write are to be mixed
+    INT32 m_silent = 0;                        // samples before m_write that hold silence
+    UINT32 m_serial = 0;                       // of the last play id, 23 bits
 };
 
 /// Closes the output of the registered device, if there is one.

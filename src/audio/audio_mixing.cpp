@@ -9,19 +9,19 @@
 
 KxcAudioFormat KxcAudioDevice::getAudioFormat()
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return m_open ? m_format : KxcAudioFormat();
 }
 
 KxcAudioFormat KxcAudioDevice::getLastAudioFormat()
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     return m_format;
 }
 
 void KxcAudioDevice::setOpen(bool open)
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     m_open = open;
 }
 
@@ -37,6 +37,7 @@ bool KxcAudioDevice::makePrimary(const KxcAudioFormat& obtained)
     m_read = m_write = 0;
     kxcMixSilence({primary->state->data, obtained.samples, obtained.flags, 0, obtained.samples});
     m_silent = obtained.samples;
+    std::memset(m_pending, 0, sizeof m_pending);
     return true;
 }
 
@@ -51,7 +52,7 @@ KxcAudioFormat KxcAudioDevice::setAudioFormat(const KxcAudioFormat* format, INT3
     m_wanted.flags &= ~KXCAUDIOSTATE_BITS;
     m_formatSet = true;
     const KxcAudioFormat obtained = openOutput(m_wanted);
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     channels = channels < 1 ? 1 : channels > kMostChannels ? kMostChannels : channels;
     if (!makePrimary(obtained) || !rebuildChannels(channels))
         return KxcAudioFormat();
@@ -67,7 +68,7 @@ INT32 KxcAudioDevice::openAudio()
         return 0;
     setOpen(false);
     const KxcAudioFormat obtained = openOutput(m_wanted);
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     m_open = makePrimary(obtained) && m_channels;
     return m_open;
 }
@@ -117,7 +118,7 @@ void KxcAudioDevice::copyPrimary(void* target, const KxcAudioFormat& format, INT
 
 void KxcAudioDevice::fillOutput(void* data, INT32 bytes)
 {
-    DeviceHold hold(m_mutex);
+    VoiceHold hold(m_mutex); // passes run on this very thread
     const INT32 bytesPerSample = m_format.bytesPerSample * m_format.channels;
     if (!isUsable() || bytesPerSample == 0)
     {
@@ -132,7 +133,7 @@ void KxcAudioDevice::fillOutput(void* data, INT32 bytes)
 
 INT32 KxcAudioDevice::getPrimaryData(KxcAudioBuffer* buffer, INT32 offset, INT32 count)
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     if (!isUsable() || !buffer || !buffer->state || !buffer->state->data || offset < 0 || count < 0)
         return 0;
     Hold primaryHold(m_primary->state->mutex); // before the buffer's: the order of locks
@@ -146,15 +147,16 @@ INT32 KxcAudioDevice::getPrimaryData(KxcAudioBuffer* buffer, INT32 offset, INT32
 
 void KxcAudioDevice::mixAhead(INT32)
 {
-    DeviceHold hold(m_mutex);
+    DeviceHold hold(*this);
     if (!isUsable())
         return;
     const INT32 length = primaryLength();
     while (m_write < m_read)
     {
         const INT32 count = m_read - m_write < length ? m_read - m_write : length;
-        mixRegion(m_write % length, count);
-        m_write += count;
+        const INT32 position = m_write % length;
+        m_write += count; // beforehand: a call that is let in may open the output anew
+        mixRegion(position, count);
     }
     if (m_write >= length)
     {
@@ -171,16 +173,30 @@ void KxcAudioDevice::mixRegion(INT32 position, INT32 count)
     const INT32 length = primaryLength();
     if (!any && m_silent >= length)
         return;
-    Hold hold(m_primary->state->mutex);
-    kxcMixSilence({m_primary->state->data, length, m_format.flags, position, count});
+    std::memcpy(m_pending, m_active, sizeof m_pending);
+    {
+        Hold hold(m_primary->state->mutex);
+        kxcMixSilence({m_primary->state->data, length, m_format.flags, position, count});
+    }
     m_silent = any ? 0 : m_silent + count;
+    while (!mixPending(position, count))
+        m_mutex->pass();
+}
+
+bool KxcAudioDevice::mixPending(INT32 position, INT32 count)
+{
+    Hold hold(m_primary->state->mutex);
     for (INT32 word = 0; word < kMostChannels / 64; ++word)
-        for (UINT64 bits = m_active[word]; bits != 0; bits &= bits - 1)
+        while (const UINT64 bits = m_pending[word])
         {
+            if (m_mutex->isAwaited())
+                return false;
+            m_pending[word] = bits & (bits - 1);
             KxcAudioChannel& channel = m_channels[word * 64 + __builtin_ctzll(bits)];
-            if (channel.state.has(KXCAUDIOSTATE_ACTIVE)) // a stream mixed before may have stopped it
+            if (channel.state.has(KXCAUDIOSTATE_ACTIVE)) // a stream mixed before may have paused it
                 mixChannel(channel, position, count);
         }
+    return true;
 }
 
 void KxcAudioDevice::mixChannel(KxcAudioChannel& channel, INT32 position, INT32 count)

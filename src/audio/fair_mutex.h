@@ -5,6 +5,7 @@
 
 #include <kxcoreemb/thread.h>
 
+#include <atomic>
 #include <new>
 
 /// The mixer holds its lock for nearly all of its time when many voices play; with a plain lock it would have taken it
@@ -22,18 +23,46 @@ public:
     }
     ~KxcFairMutex() override { kxcPlatformLockDestroy(m_gate); }
 
+    bool isMine() const { return owner.load(std::memory_order_relaxed) == kxcPlatformThreadId(); }
+    /// Asked by who holds it: is there somebody whom pass() would let in? Not from within a second lock().
+    bool isAwaited() const { return count == 1 && m_awaited.load(std::memory_order_relaxed); }
+
     void lock()
     {
-        if (owner.load(std::memory_order_relaxed) == kxcPlatformThreadId())
+        if (isMine())
             return KxcMutex::lock();
         kxcPlatformLockAcquire(m_gate);
+        m_awaited.store(true, std::memory_order_relaxed);
+        spin([this] { return owner.load(std::memory_order_relaxed) == kNobody; });
         KxcMutex::lock();
+        m_awaited.store(false, std::memory_order_relaxed);
         kxcPlatformLockRelease(m_gate);
     }
 
+    /// Lets the one in who is waiting.
+    void pass()
+    {
+        unlock();
+        spin([this] { return !m_awaited.load(std::memory_order_relaxed); });
+        lock();
+    }
+
 private:
+    static constexpr UINT32 kNobody = 0xFFFFFFFFu; // the owner of a free mutex
+
+    /// Waits some microseconds for what will not take longer: a thread that sleeps may wake up milliseconds later, and
+    /// whoever has to wake it may lose the processor to it.
+    template <class Done>
+    static void spin(Done done)
+    {
+        for (INT32 i = 0; i < 20000 && !done(); ++i)
+        {
+        }
+    }
+
     KxcFairMutex() = default;
     KxcPlatformLock* m_gate = nullptr;
+    std::atomic<bool> m_awaited{false}; // written by who is in the gate
 };
 
 /// Holds a mutex while it lives; null holds nothing.
