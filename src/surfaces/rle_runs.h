@@ -25,8 +25,6 @@ inline void walkRuns(const UINT16* code, INT32 first, INT32 end, Painter& paint)
     while (!kClipped || column < end)
     {
         const UINT32 word = *code++;
-        if (word == 0)
-            return;
         const INT32 count = static_cast<INT32>(word & kLongestRun);
         INT32 from = column, visible = count, skipped = 0;
         column += count;
@@ -53,8 +51,13 @@ inline void walkRuns(const UINT16* code, INT32 first, INT32 end, Painter& paint)
             pixels = code;
             opaque = false;
         }
-        else if (kind == kRunRepeat && (!kClipped || visible > 0))
-            paint.repeat(from - first, pixels[-1], opaque ? kOpaqueAlpha : pixels[-2], visible);
+        else if (kind == kRunRepeat)
+        {
+            if (!kClipped || visible > 0)
+                paint.repeat(from - first, pixels[-1], opaque ? kOpaqueAlpha : pixels[-2], visible);
+        }
+        else if (count == 0)
+            return;
     }
 }
 
