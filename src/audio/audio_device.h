@@ -149,6 +149,7 @@ protected:
 
     // Mixing (audio_mixing.cpp); the device's lock is held.
     bool makePrimary(const KxcAudioFormat& obtained); // of the output; empty
+    bool isAnyActive() const;
     void mixRegion(INT32 position, INT32 count);
     bool mixPending(INT32 position, INT32 count); // @return false when play() waits and more is to be mixed
     void mixChannel(KxcAudioChannel& channel, INT32 position, INT32 count);

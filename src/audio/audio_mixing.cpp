@@ -145,8 +145,27 @@ INT32 KxcAudioDevice::getPrimaryData(KxcAudioBuffer* buffer, INT32 offset, INT32
 
 // --- into the primary buffer -----------------------------------------------------------------------------------------
 
+bool KxcAudioDevice::isAnyActive() const
+{
+    UINT64 any = 0;
+    for (UINT64 word : m_active)
+        any |= word;
+    return any != 0;
+}
+
 void KxcAudioDevice::mixAhead(INT32)
 {
+    {
+        VoiceHold hold(m_mutex); // without voices there is no pass, and the buffer holds silence already
+        if (!isUsable())
+            return;
+        if (!isAnyActive() && m_silent >= primaryLength())
+        {
+            m_read %= primaryLength();
+            m_write = m_read;
+            return;
+        }
+    }
     DeviceHold hold(*this);
     if (!isUsable())
         return;
@@ -167,18 +186,13 @@ void KxcAudioDevice::mixAhead(INT32)
 
 void KxcAudioDevice::mixRegion(INT32 position, INT32 count)
 {
-    UINT64 any = 0;
-    for (UINT64 word : m_active)
-        any |= word;
     const INT32 length = primaryLength();
-    if (!any && m_silent >= length)
-        return;
     std::memcpy(m_pending, m_active, sizeof m_pending);
     {
         Hold hold(m_primary->state->mutex);
         kxcMixSilence({m_primary->state->data, length, m_format.flags, position, count});
     }
-    m_silent = any ? 0 : m_silent + count;
+    m_silent = isAnyActive() ? 0 : m_silent + count;
     while (!mixPending(position, count))
         m_mutex->pass();
 }
