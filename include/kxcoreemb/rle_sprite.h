@@ -13,6 +13,9 @@
 ///              0x4000 + n   n more pixels like the last one: none
 ///              0x8000 + n   n opaque pixels: n colours, 55X5 with bit 5 zero
 ///              0xC000 + n   n translucent pixels: n pairs of an alpha, 0..32, and a colour
+/// Memory     the encoding, and where it has short repetitions, as noise makes them, a second one without those, which
+/// is
+///            drawn faster.
 /// Units      pixels. A sprite covers the smallest rectangle around what is not transparent; its offset tells where in
 ///            the surface that rectangle lay, so that a sprite drawn at (x, y) falls where the surface would.
 /// Targets    55X5 surfaces are drawn on directly, others in the working formats of KxcPixelBlender. PALETTE8 surfaces
@@ -91,9 +94,12 @@ public:
 private:
     KxcRLESprite();
     INT32 init(INT32 width, INT32 height, INT32 xOffset, INT32 yOffset, INT32 dataLength);
+    void unfold();
 
     INT32 m_width, m_height, m_xOffset, m_yOffset;
     INT32* m_lineTable; // owned, as is the data
     UINT16* m_data;
     INT32 m_dataLength;
+    INT32* m_laidLines; // owned where they are not the two above: the encoding that blitFast55X5() draws
+    UINT16* m_laidData;
 };

@@ -167,6 +167,84 @@ bool isRow(const UINT16* code, const UINT16* end, INT32 width)
     return false;
 }
 
+/// Writes runs one after the other, or counts the words that they would take.
+class RunWriter
+{
+public:
+    explicit RunWriter(UINT16* out) : m_out(out) {}
+    INT64 length() const { return m_length; }
+
+    void code(UINT32 word)
+    {
+        put(word);
+        m_kind = kRunTransparent; // nothing goes on with what was before
+    }
+    /// @param end  of the words of a pixel, which is written `count` times
+    void pixel(UINT32 kind, const UINT16* end, INT32 count)
+    {
+        for (INT32 i = 0; i < count; ++i)
+        {
+            if (kind != m_kind || m_count == kLongestRun)
+            {
+                m_codeAt = m_length;
+                m_count = 0;
+                m_kind = kind;
+                put(0);
+            }
+            ++m_count;
+            if (m_out != nullptr)
+                m_out[m_codeAt] = static_cast<UINT16>(kind << kRunKindShift | static_cast<UINT32>(m_count));
+            if (kind == kRunTranslucent)
+                put(end[-2]);
+            put(end[-1]);
+        }
+    }
+
+private:
+    void put(UINT32 word)
+    {
+        if (m_out != nullptr)
+            m_out[m_length] = static_cast<UINT16>(word);
+        ++m_length;
+    }
+
+    UINT16* m_out;
+    INT64 m_length = 0, m_codeAt = 0;
+    INT32 m_count = 0;
+    UINT32 m_kind = kRunTransparent; // of the run that pixels are added to
+};
+
+/// Writes a row anew, with repetitions that are short among the other pixels. @return whether there were any
+bool unfoldRow(const UINT16* code, RunWriter& writer)
+{
+    constexpr INT32 kShort = 16;   // from here on, filling is faster than copying
+    UINT32 kind = kRunTransparent; // of the last pixel, whose words end at `pixels`
+    const UINT16* pixels = code;
+    bool any = false;
+    for (;;)
+    {
+        const UINT32 word = *code++;
+        const INT32 count = static_cast<INT32>(word & kLongestRun);
+        const UINT32 runKind = word >> kRunKindShift;
+        if (runKind == kRunTransparent || (runKind == kRunRepeat && count >= kShort))
+            writer.code(word);
+        else if (runKind == kRunRepeat)
+        {
+            writer.pixel(kind, pixels, count);
+            any = true;
+        }
+        else
+            for (INT32 i = 0; i < count; ++i)
+            {
+                kind = runKind;
+                pixels = code += kind == kRunTranslucent ? 2 : 1;
+                writer.pixel(kind, pixels, 1);
+            }
+        if (word == 0)
+            return any;
+    }
+}
+
 } // namespace
 
 UINT32 KxcRLESprite::getSourceColor(const UINT8* pixel, INT32 format, INT32 bytesPerPixel)
@@ -221,6 +299,7 @@ KxcRLESprite* KxcRLESprite::create(KxcGLSurface* surface, UINT32 mask, UINT32 ke
         sprite->m_lineTable[y] = next;
         next += compress(rowOf(reader, part.x, part.y + y, part.width, mask, key), sprite->m_data + next);
     }
+    sprite->unfold();
     return sprite;
 }
 
@@ -242,6 +321,7 @@ KxcRLESprite* KxcRLESprite::create(INT32 width, INT32 height, INT32 xOffset, INT
         memcpy(sprite->m_lineTable, lineTable, static_cast<size_t>(height) * sizeof(INT32));
     if (dataLength > 0 && data != nullptr)
         memcpy(sprite->m_data, data, static_cast<size_t>(dataLength) * sizeof(UINT16));
+    sprite->unfold();
     return sprite;
 }
 
@@ -252,12 +332,19 @@ KxcRLESprite::KxcRLESprite()
       m_yOffset(0),
       m_lineTable(nullptr),
       m_data(nullptr),
-      m_dataLength(0)
+      m_dataLength(0),
+      m_laidLines(nullptr),
+      m_laidData(nullptr)
 {
 }
 
 KxcRLESprite::~KxcRLESprite()
 {
+    if (m_laidData != m_data)
+    {
+        delete[] m_laidLines;
+        delete[] m_laidData;
+    }
     delete[] m_lineTable;
     delete[] m_data;
 }
@@ -273,4 +360,34 @@ INT32 KxcRLESprite::init(INT32 width, INT32 height, INT32 xOffset, INT32 yOffset
     m_lineTable = new (std::nothrow) INT32[static_cast<size_t>(height)];
     m_data = new (std::nothrow) UINT16[static_cast<size_t>(dataLength) + kPadding]();
     return m_lineTable != nullptr && m_data != nullptr;
+}
+
+/// Makes the encoding that is drawn. Where memory is short, it is the one that there is.
+void KxcRLESprite::unfold()
+{
+    m_laidLines = m_lineTable;
+    m_laidData = m_data;
+    RunWriter counter(nullptr);
+    bool any = false;
+    for (INT32 y = 0; y < m_height; ++y)
+        any = unfoldRow(m_data + m_lineTable[y], counter) || any;
+    // Rows may share their words, and then the copy would be far larger than what it is of.
+    if (!any || counter.length() > INT64{4} * m_dataLength || counter.length() > INT32_MAX)
+        return;
+    INT32* const lines = new (std::nothrow) INT32[static_cast<size_t>(m_height)];
+    UINT16* const data = new (std::nothrow) UINT16[static_cast<size_t>(counter.length()) + kPadding]();
+    if (lines == nullptr || data == nullptr)
+    {
+        delete[] lines;
+        delete[] data;
+        return;
+    }
+    RunWriter writer(data);
+    for (INT32 y = 0; y < m_height; ++y)
+    {
+        lines[y] = static_cast<INT32>(writer.length());
+        unfoldRow(m_data + m_lineTable[y], writer);
+    }
+    m_laidLines = lines;
+    m_laidData = data;
 }

@@ -203,11 +203,11 @@ public:
     INT32 format() const { return m_target->getFormat(); }
 
     /// Lays the sprite over 55X5 pixels.
-    void lay() const
+    void lay(const UINT16* data, const INT32* lines) const
     {
-        kxcPixelKernels().layRuns({row(firstRow), m_pitch, m_pixels + m_target->getHeight() * ptrdiff_t{m_pitch},
-                                   m_sprite.getData(), m_sprite.getLineTable() + firstRow, firstColumn, endColumn,
-                                   endRow - firstRow, firstColumn > 0 || endColumn < m_sprite.getWidth()});
+        kxcPixelKernels().layRuns({row(firstRow), m_pitch, m_pixels + m_target->getHeight() * ptrdiff_t{m_pitch}, data,
+                                   lines + firstRow, firstColumn, endColumn, endRow - firstRow,
+                                   firstColumn > 0 || endColumn < m_sprite.getWidth()});
     }
     template <class Painter>
     void paint(const Painter& painter, INT32 workFormat) const
@@ -279,7 +279,7 @@ void KxcRLESprite::blitFast55X5(KxcGLSurface* target, const KxcRectangle* clip, 
         return;
     const Canvas canvas(*this, target, clip, x, y);
     if (canvas)
-        canvas.lay();
+        canvas.lay(m_laidData, m_laidLines);
 }
 
 void KxcRLESprite::blitGeneric(KxcGLSurface* target, const KxcRectangle* clip, INT32 x, INT32 y, INT32 type,
