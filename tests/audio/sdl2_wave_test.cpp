@@ -74,10 +74,16 @@ TEST_F(SDL2Wave, PlaysTwoSilentBuffersAndThenEveryOneInOrder)
 
 TEST_F(SDL2Wave, KeepsTheClockWhenTheDeviceGoesAndFindsTheNextOne)
 {
-    setenv("SDL_DISKAUDIOFILE", "/dev/full", 1); // opens well, and fails with the first buffer
+    // A link, because the environment may not change any more once SDL's thread reads it.
+    const std::string device = file + ".device", next = device + ".next";
+    std::filesystem::remove(device);
+    std::filesystem::remove(next);
+    std::filesystem::create_symlink("/dev/full", device); // opens well, and fails with the first buffer
+    std::filesystem::create_symlink(file, next);
+    setenv("SDL_DISKAUDIOFILE", device.c_str(), 1);
     unsetenv("SDL_DISKAUDIODELAY");
     ASSERT_EQ(open(), 1);
-    setenv("SDL_DISKAUDIOFILE", file.c_str(), 1);
+    std::filesystem::rename(next, device);
     const auto start = std::chrono::steady_clock::now();
     waitFor(16);
     const bool triedAgain = std::filesystem::exists(file);
@@ -87,6 +93,8 @@ TEST_F(SDL2Wave, KeepsTheClockWhenTheDeviceGoesAndFindsTheNextOne)
     waitFor(48);
     ASSERT_TRUE(std::filesystem::exists(file));
     EXPECT_GT(std::filesystem::file_size(file), 8192u);
+    kxcPlatformSDL2Wave.close();
+    std::filesystem::remove(device);
 }
 
 TEST_F(SDL2Wave, WithoutADriverFailsAndLeavesNothingBehind)
