@@ -122,3 +122,65 @@ TEST(PixelKernels, SelectAndKeyedBlendsLeaveOutExactlyTheKey)
     kernels.select[KxcPixelKernels::k16][KxcPixelKernels::k32](block);
     EXPECT_EQ(selected[0], 1);
 }
+
+TEST(PixelKernels, RowsOfSpritesAndOfTheToolkitEqualThePortableOnesToo)
+{
+    const KxcPixelKernels* const tables[2] = {&kxcPixelKernels(), &kxcPixelKernelsBase};
+    reference::Noise random;
+    for (INT32 count = 1; count <= kLongest; ++count)
+    {
+        const auto sized = static_cast<size_t>(count);
+        const Bytes source = noise();
+        std::vector<INT32> left(sized), right(sized);
+        std::vector<UINT32> weights(sized);
+        for (size_t i = 0; i < sized; ++i)
+        {
+            left[i] = random.between(0, kLongest - 1);
+            right[i] = random.between(0, kLongest - 1);
+            weights[i] = random.next() % 257;
+        }
+        for (INT32 size : {KxcPixelKernels::k16, KxcPixelKernels::k32})
+        {
+            std::vector<UINT32> results[2];
+            for (INT32 i = 0; i < 2; ++i)
+            {
+                std::vector<UINT32> top(2 * sized), bottom(2 * sized), mixed(sized), sums(4 * sized, 7);
+                tables[i]->widenRow[size](source.data, {left.data(), right.data(), weights.data(), count}, top.data());
+                tables[i]->widenRow[size](source.data + 8, {right.data(), left.data(), weights.data(), count},
+                                          bottom.data());
+                tables[i]->mixRows[size](top.data(), bottom.data(), weights[0], mixed.data(), count);
+                tables[i]->sumRow[size](source.data, weights[0], sums.data(), count);
+                for (const auto& part : {top, bottom, mixed, sums})
+                    results[i].insert(results[i].end(), part.begin(), part.end());
+            }
+            ASSERT_EQ(results[0], results[1]) << "size " << size << ", " << count << " pixels";
+        }
+
+        // A row of all kinds of runs, that ends where the picture does.
+        std::vector<UINT16> words = {3, static_cast<UINT16>(0x8000 + count)};
+        const auto add = [&](UINT16 word) { words.push_back(word); };
+        for (INT32 i = 0; i < count; ++i)
+            add(static_cast<UINT16>(random.next() & 0xFFDF));
+        add(0x4000 + 5);
+        add(static_cast<UINT16>(0xC000 + count));
+        for (INT32 i = 0; i < count; ++i)
+        {
+            add(static_cast<UINT16>(random.next() % 33));
+            add(static_cast<UINT16>(random.next() & 0xFFDF));
+        }
+        add(0x4000 + 20);
+        add(0);
+        words.resize(words.size() + 16);
+        const INT32 width = 2 * count + 28, line = 0;
+        for (INT32 first : {0, 1, 5, width / 2})
+        {
+            std::vector<UINT16> pictures[2];
+            pictures[0].assign(static_cast<size_t>(width - first), 0x1234);
+            pictures[1] = pictures[0];
+            for (INT32 i = 0; i < 2; ++i)
+                tables[i]->layRuns({pictures[i].data(), 0, pictures[i].data() + pictures[i].size(), words.data(), &line,
+                                    first, width, 1, first > 0});
+            ASSERT_EQ(pictures[0], pictures[1]) << "from " << first << ", " << count << " pixels";
+        }
+    }
+}
