@@ -133,38 +133,19 @@ void ZBufferDevice::fillGouraud(const KxcGLTriangle* triangle, const KxcVector4*
         row.gradient[i] = scan.gradient(corners[i]);
 
     const kxcScan::Target target;
-    for (int part = 1; part <= 2; ++part) // above the middle corner, below it
-    {
-        const kxcScan::Edge& side = scan.edges[part];
-        const kxcScan::Edge& leftEdge = scan.longOnRight ? side : scan.edges[0];
-        const kxcScan::Edge& rightEdge = scan.longOnRight ? scan.edges[0] : side;
-        const INT64 begin = side.first > 0 ? side.first : 0, end = side.end < target.height ? side.end : target.height;
-        if (begin >= end)
-            continue;
-        kxcScan::Slope left, right, values[kValues];
-        left.begin(leftEdge, scan.x, begin);
-        right.begin(rightEdge, scan.x, begin);
-        for (int i = 0; i < kValues; ++i)
-            values[i].begin(leftEdge, corners[i], begin);
-        for (INT64 y = begin; y < end; ++y)
+    kxcScan::forEachRow<kValues>(
+        scan, corners, target.height,
+        [&](INT64 y, INT64 left, INT64 right, INT64 lead, const kxcScan::Slope* values)
         {
-            const INT64 first = kxcScan::ceil(left.value), last = kxcScan::ceil(right.value);
-            const INT64 from = first > 0 ? first : 0, to = last < target.width ? last : target.width;
+            const INT64 from = left > 0 ? left : 0, to = right < target.width ? right : target.width;
+            for (int i = 0; i < kValues; ++i)
+                row.value[i] =
+                    add(add(values[i].value, scale(row.gradient[i], lead)), multiply(row.gradient[i], from - left));
+            const INT64 start = y * target.width + from;
             if (from < to)
-            {
-                const INT64 lead = first * kxcScan::kOne - left.value;
-                for (int i = 0; i < kValues; ++i)
-                    row.value[i] = add(add(values[i].value, scale(row.gradient[i], lead)),
-                                       multiply(row.gradient[i], from - first));
-                const INT64 start = y * target.width + from;
                 row.draw(target.pixels + start, m_depths + start, static_cast<INT32>(to - from));
-            }
-            left.next();
-            right.next();
-            for (kxcScan::Slope& value : values)
-                value.next();
-        }
-    }
+            return true;
+        });
 }
 
 void fillDepthTested(const KxcGLTriangle* triangle, const KxcVector4* vertices)

@@ -107,6 +107,48 @@ struct Scan
     }
 };
 
+/// Calls row(y, left, right, lead, values) for the rows that lie on a target of this height, and whose span is from
+/// left to right - 1, be it on the target or not. lead: from the left edge to the first pixel, 0..0xFFFF; values: what
+/// the left edge carries.
+template <int kValues, class Row>
+inline void forEachRow(const Scan& scan, const INT64 (*corners)[3], INT32 height, Row row)
+{
+    Slope left = {}, right = {}, values[kValues + 1] = {};
+    const Edge *leftEdge = nullptr, *rightEdge = nullptr;
+    for (int part = 1; part <= 2; ++part) // above the middle corner, below it
+    {
+        const Edge& side = scan.edges[part];
+        const INT64 begin = side.first > 0 ? side.first : 0, end = side.end < height ? side.end : height;
+        if (begin >= end)
+            continue;
+        const Edge* now = scan.longOnRight ? &side : &scan.edges[0];
+        if (now != leftEdge)
+        {
+            left.begin(*now, scan.x, begin);
+            for (int i = 0; i < kValues; ++i)
+                values[i].begin(*now, corners[i], begin);
+            leftEdge = now;
+        }
+        now = scan.longOnRight ? &scan.edges[0] : &side;
+        if (now != rightEdge)
+        {
+            right.begin(*now, scan.x, begin);
+            rightEdge = now;
+        }
+        for (INT64 y = begin; y < end;)
+        {
+            const INT64 first = ceil(left.value), last = ceil(right.value);
+            if (first < last && !row(y, first, last, first * kOne - left.value, values))
+                continue;
+            ++y;
+            left.next();
+            right.next();
+            for (int i = 0; i < kValues; ++i)
+                values[i].next();
+        }
+    }
+}
+
 /// The render target, locked for as long as this lives; width is 0 where there is none.
 struct Target
 {

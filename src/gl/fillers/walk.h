@@ -131,54 +131,19 @@ private:
 
     void rows(const kxcScan::Target& target)
     {
-        using kxcScan::Edge;
         const INT64 safeDistance = kxcScan::safeDistance(m_gradient, kChannels);
-        kxcScan::Slope left = {}, right = {}, values[kValues + 1] = {}; // values: at the left edge
-        const Edge *leftEdge = nullptr, *rightEdge = nullptr;
-        for (int part = 1; part <= 2; ++part) // above the middle corner, below it
-        {
-            const Edge& side = m_scan.edges[part];
-            const INT64 begin = side.first > 0 ? side.first : 0;
-            const INT64 end = side.end < target.height ? side.end : target.height;
-            if (begin >= end)
-                continue;
-            const Edge* now = m_scan.longOnRight ? &side : &m_scan.edges[0];
-            if (now != leftEdge)
-            {
-                left.begin(*now, m_scan.x, begin);
-                for (int i = 0; i < kValues; ++i)
-                    values[i].begin(*now, m_corners[i], begin);
-                leftEdge = now;
-            }
-            now = m_scan.longOnRight ? &m_scan.edges[0] : &side;
-            if (now != rightEdge)
-            {
-                right.begin(*now, m_scan.x, begin);
-                rightEdge = now;
-            }
-            UINT16* pixels = target.pixels + begin * target.width;
-            INT64 skip = 0; // pixels at the row's left that are not on the target, or done
-            for (INT64 y = begin; y < end;)
-            {
-                const INT64 first = kxcScan::ceil(left.value), last = kxcScan::ceil(right.value);
-                const INT64 from = first > skip ? first : skip, to = last < target.width ? last : target.width;
-                if (from < to)
-                {
-                    const bool whole = to - from <= safeDistance;
-                    skip = whole ? to : from + safeDistance;
-                    row(pixels, first, last, from, skip, first * kxcScan::kOne - left.value, values);
-                    if (!whole)
-                        continue;
-                }
-                skip = 0;
-                ++y;
-                pixels += target.width;
-                left.next();
-                right.next();
-                for (int i = 0; i < kValues; ++i)
-                    values[i].next();
-            }
-        }
+        INT64 skip = 0; // pixels at the row's left that are not on the target, or done
+        kxcScan::forEachRow<kValues>(
+            m_scan, m_corners, target.height,
+            [&](INT64 y, INT64 left, INT64 right, INT64 lead, const kxcScan::Slope* values)
+                __attribute__((always_inline)) {
+                    const INT64 from = left > skip ? left : skip, end = right < target.width ? right : target.width;
+                    const bool last = end - from <= safeDistance;
+                    skip = last ? 0 : from + safeDistance;
+                    if (from < end)
+                        row(target.pixels + y * target.width, left, right, from, last ? end : skip, lead, values);
+                    return last;
+                });
     }
 
     /// At a pixel. Passed by value to what is not inlined, so that a row can keep it in registers.
