@@ -289,7 +289,6 @@ void KxcCore::setOutOfMemoryAction(INT32 action)
 
 void KxcCore::compactMemory(UINT32) {}
 
-// The system's allocator serves new and delete here: there is no pool to measure.
 UINT32 KxcCore::getFreePoolMemory() { return KxcMemoryManager::getFreeMemory(); }
 
 UINT32 KxcCore::getMemoryBlockSize(void* block) { return KxcMemoryManager::memSize(block); }
