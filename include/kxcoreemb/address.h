@@ -4,7 +4,7 @@
 #include <kxcoreemb/base.h>
 
 /// Values of KxcAddress::getType().
-enum KXCADDRESS : INT32
+enum KXCADDRESS : KxcINT32
 {
     KXCADDRESS_INET = 3 ///< KxcInetAddress
 };
@@ -15,20 +15,20 @@ class KXC_API KxcAddress
 public:
     virtual ~KxcAddress();
     /// Copies the bytes over the beginning of the record. A size that the record cannot hold changes nothing.
-    virtual void setAddress(void* data, INT32 size) = 0;
+    virtual void setAddress(void* data, KxcINT32 size) = 0;
     virtual const void* getAddress() const = 0; ///< the record, getAddressSize() bytes
     virtual void* getAddress() = 0;
-    virtual INT32 isSame(const KxcAddress& other) const = 0; ///< 1 when both name the same host; ports do not matter
+    virtual KxcINT32 isSame(const KxcAddress& other) const = 0; ///< 1 when both name the same host; ports do not matter
 
-    INT32 getType() const { return type; } ///< a KXCADDRESS_ value
-    void setType(INT32 value) { type = value; }
-    INT32 getAddressSize() const { return size; } ///< of the record, in bytes
-    void setAddressSize(INT32 value) { size = value; }
+    KxcINT32 getType() const { return type; } ///< a KXCADDRESS_ value
+    void setType(KxcINT32 value) { type = value; }
+    KxcINT32 getAddressSize() const { return size; } ///< of the record, in bytes
+    void setAddressSize(KxcINT32 value) { size = value; }
 
 protected:
-    KxcAddress(INT32 addressType, INT32 addressSize) : type(addressType), size(addressSize) {}
+    KxcAddress(KxcINT32 addressType, KxcINT32 addressSize) : type(addressType), size(addressSize) {}
 
-    INT32 type, size;
+    KxcINT32 type, size;
 };
 
 /// An IPv4 address and a port, as a record of 16 bytes: the family (2, in the host's byte order), the port and the
@@ -36,52 +36,52 @@ protected:
 class KXC_API KxcInetAddress : public KxcAddress
 {
 public:
-    static constexpr INT32 kRecordSize = 16;
-    static constexpr UINT32 kNoAddress = 0xFFFFFFFF; ///< what inetAddress() answers; as an address, broadcast
+    static constexpr KxcINT32 kRecordSize = 16;
+    static constexpr KxcUINT32 kNoAddress = 0xFFFFFFFF; ///< what inetAddress() answers; as an address, broadcast
 
     KxcInetAddress(); ///< any host, port 0
     /// A new address on the heap, which the caller deletes. @return null when memory runs out
     static KxcInetAddress* create();
     static KxcInetAddress* create(const KxcAddress& other); ///< copies the record of another IPv4 address
 
-    void setAddress(void* data, INT32 size) override; ///< @param size  0 to 16
+    void setAddress(void* data, KxcINT32 size) override; ///< @param size  0 to 16
     const void* getAddress() const override { return record; }
     void* getAddress() override { return record; }
-    INT32 isSame(const KxcAddress& other) const override;
+    KxcINT32 isSame(const KxcAddress& other) const override;
     /// @return 1 when host and port are equal, else -1
-    static INT32 isSame(const KxcInetAddress& a, const KxcInetAddress& b);
+    static KxcINT32 isSame(const KxcInetAddress& a, const KxcInetAddress& b);
 
-    void setPort(UINT16 port); ///< in the host's byte order, like the next
-    UINT16 getPort() const;
+    void setPort(KxcUINT16 port); ///< in the host's byte order, like the next
+    KxcUINT16 getPort() const;
     void setHost(const char* dotted); ///< "10.0.0.1"; what is no address, and the broadcast address, changes nothing
-    void setHost(UINT32 networkOrder);
-    UINT32 getHost() const; ///< in network byte order
+    void setHost(KxcUINT32 networkOrder);
+    KxcUINT32 getHost() const; ///< in network byte order
     /// Writes the address as text, without a terminator.
     /// @param length  the buffer's; receives the text's. A text of exactly that length is not copied and answers 0; a
     ///                longer one is cut, and the length stays
-    void getHost(char* buffer, INT32& length) const;
+    void getHost(char* buffer, KxcINT32& length) const;
     /// Four numbers from 0 to 255 with dots between them. @return in network byte order; kNoAddress for other text
-    static UINT32 inetAddress(const char* dotted);
+    static KxcUINT32 inetAddress(const char* dotted);
 
 private:
-    alignas(4) UINT8 record[kRecordSize];
+    alignas(4) KxcUINT8 record[kRecordSize];
 };
 
 /// A host's name of up to 64 characters.
 class KXC_API KxcName
 {
 public:
-    static constexpr INT32 kMaxLength = 64;
+    static constexpr KxcINT32 kMaxLength = 64;
 
     KxcName() : text(), length(0) {}
-    void setName(const char* name, INT32 nameLength); ///< what is beyond 64 characters is cut off
-    void setName(const char* name);                   ///< null-terminated; null stands for ""
-    const char* getName() const { return text; }      ///< null-terminated
-    INT32 getLength() const { return length; }
+    void setName(const char* name, KxcINT32 nameLength); ///< what is beyond 64 characters is cut off
+    void setName(const char* name);                      ///< null-terminated; null stands for ""
+    const char* getName() const { return text; }         ///< null-terminated
+    KxcINT32 getLength() const { return length; }
 
 private:
     char text[kMaxLength + 1];
-    INT32 length;
+    KxcINT32 length;
 };
 
 /// A host: an address and a name.
@@ -125,16 +125,16 @@ class KXC_API KxcHostResolver
 {
 public:
     virtual ~KxcHostResolver();
-    virtual INT32 localAddress(KxcAddress& address) = 0; ///< this host's first address; the port stays
-    virtual INT32 localName(KxcName& name) = 0;          ///< this host's name, if that is known to the network
-    virtual INT32 remoteName(const KxcAddress& address, KxcHostEntry& entry) = 0; ///< the name that belongs to it
-    virtual INT32 remoteAddress(const KxcName& name, KxcHostEntry& entry) = 0;    ///< the address that belongs to it
-    INT32 getType() const { return type; }                                        ///< a connection type
+    virtual KxcINT32 localAddress(KxcAddress& address) = 0; ///< this host's first address; the port stays
+    virtual KxcINT32 localName(KxcName& name) = 0;          ///< this host's name, if that is known to the network
+    virtual KxcINT32 remoteName(const KxcAddress& address, KxcHostEntry& entry) = 0; ///< the name that belongs to it
+    virtual KxcINT32 remoteAddress(const KxcName& name, KxcHostEntry& entry) = 0;    ///< the address that belongs to it
+    KxcINT32 getType() const { return type; }                                        ///< a connection type
 
 protected:
-    explicit KxcHostResolver(INT32 resolverType) : type(resolverType) {}
+    explicit KxcHostResolver(KxcINT32 resolverType) : type(resolverType) {}
 
-    INT32 type;
+    KxcINT32 type;
 };
 
 class KXC_API KxcInetHostResolver : public KxcHostResolver
@@ -142,11 +142,11 @@ class KXC_API KxcInetHostResolver : public KxcHostResolver
 public:
     static KxcInetHostResolver* create(); ///< the caller deletes it; null when memory runs out
     /// @param text  a name, or an address in dotted form
-    INT32 getHostByString(const char* text, KxcInetAddress& address);
-    INT32 localAddress(KxcAddress& address) override;
-    INT32 localName(KxcName& name) override;
-    INT32 remoteName(const KxcAddress& address, KxcHostEntry& entry) override;
-    INT32 remoteAddress(const KxcName& name, KxcHostEntry& entry) override;
+    KxcINT32 getHostByString(const char* text, KxcInetAddress& address);
+    KxcINT32 localAddress(KxcAddress& address) override;
+    KxcINT32 localName(KxcName& name) override;
+    KxcINT32 remoteName(const KxcAddress& address, KxcHostEntry& entry) override;
+    KxcINT32 remoteAddress(const KxcName& name, KxcHostEntry& entry) override;
 
 private:
     KxcInetHostResolver();

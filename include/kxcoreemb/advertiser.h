@@ -16,29 +16,29 @@ class KxcUUID;
 class KXC_API KxcAdvertiser
 {
 public:
-    static constexpr INT32 kBufferSize = 512;
+    static constexpr KxcINT32 kBufferSize = 512;
 
     KxcAdvertiser();
     virtual ~KxcAdvertiser();
-    virtual void setGamePort(UINT16 port); ///< where the game itself is served
-    virtual UINT16 getGamePort();
-    virtual INT32 setMessageHeader(const char* data, INT32 length); ///< 1; -1 when 511 bytes do not suffice
-    virtual void getMessageHeader(char* buffer, INT32& length);
-    virtual INT32 setMessageData(const char* data, INT32 length);
-    virtual void getMessageData(char* buffer, INT32& length);
-    virtual INT32 isAddress(); ///< 1 when it tells where it comes from
+    virtual void setGamePort(KxcUINT16 port); ///< where the game itself is served
+    virtual KxcUINT16 getGamePort();
+    virtual KxcINT32 setMessageHeader(const char* data, KxcINT32 length); ///< 1; -1 when 511 bytes do not suffice
+    virtual void getMessageHeader(char* buffer, KxcINT32& length);
+    virtual KxcINT32 setMessageData(const char* data, KxcINT32 length);
+    virtual void getMessageData(char* buffer, KxcINT32& length);
+    virtual KxcINT32 isAddress(); ///< 1 when it tells where it comes from
 
-    void init(INT32 advertiserType) { type = advertiserType; }
-    INT32 getType() const { return type; }                       ///< -1; 1 for the Internet
-    void setAdvertisePort(UINT16 port) { advertisePort = port; } ///< where inquiries are heard; 0 at first
-    UINT16 getAdvertisePort() const { return advertisePort; }
+    void init(KxcINT32 advertiserType) { type = advertiserType; }
+    KxcINT32 getType() const { return type; }                       ///< -1; 1 for the Internet
+    void setAdvertisePort(KxcUINT16 port) { advertisePort = port; } ///< where inquiries are heard; 0 at first
+    KxcUINT16 getAdvertisePort() const { return advertisePort; }
     const char* getMessage() const { return message; } ///< what goes over the wire, getMessageLength() bytes
-    INT32 getMessageLength() const { return messageLength; }
+    KxcINT32 getMessageLength() const { return messageLength; }
 
 protected:
-    INT32 type;
-    UINT16 gamePort, advertisePort;
-    INT32 headerLength, messageLength;
+    KxcINT32 type;
+    KxcUINT16 gamePort, advertisePort;
+    KxcINT32 headerLength, messageLength;
     char message[kBufferSize];
 };
 
@@ -49,36 +49,36 @@ class KXC_API KxcInetAdvertiser : public KxcAdvertiser
 public:
     static KxcInetAdvertiser*
     create(); ///< empty. All of these answer null when memory runs out; the caller deletes them
-    static KxcInetAdvertiser* create(const char* message, INT32 length); ///< as received; null beyond 511 bytes
-    static KxcInetAdvertiser* create(const KxcAddress& address, const char* message, INT32 length);
+    static KxcInetAdvertiser* create(const char* message, KxcINT32 length); ///< as received; null beyond 511 bytes
+    static KxcInetAdvertiser* create(const KxcAddress& address, const char* message, KxcINT32 length);
     static KxcInetAdvertiser* create(const KxcHostEntry& entry);
     ~KxcInetAdvertiser() override;
     KxcInetAdvertiser(const KxcInetAdvertiser&) = delete;
     KxcInetAdvertiser& operator=(const KxcInetAdvertiser&) = delete;
 
-    void setGamePort(UINT16 port) override;
-    UINT16 getGamePort() override; ///< 0 when the message does not tell
+    void setGamePort(KxcUINT16 port) override;
+    KxcUINT16 getGamePort() override; ///< 0 when the message does not tell
     /// @param length  below 254 @return the message's new length; 0 when it does not fit, which changes nothing
-    INT32 setMessageHeader(const char* data, INT32 length) override;
-    INT32 setMessageData(const char* data, INT32 length) override;
+    KxcINT32 setMessageHeader(const char* data, KxcINT32 length) override;
+    KxcINT32 setMessageData(const char* data, KxcINT32 length) override;
     /// @param length  the buffer's; receives the element's. 0 when there is none or the buffer is too small
-    void getMessageHeader(char* buffer, INT32& length) override;
+    void getMessageHeader(char* buffer, KxcINT32& length) override;
     /// @param length  likewise, except that it stays when the buffer is too small
-    void getMessageData(char* buffer, INT32& length) override;
-    INT32 isAddress() override;
+    void getMessageData(char* buffer, KxcINT32& length) override;
+    KxcINT32 isAddress() override;
     KxcInetHostEntry* getHostEntry() const { return hostEntry; } ///< who sent it, with the game port; null if unknown
 
 protected:
     KxcInetAdvertiser();
-    INT32 init(const char* bytes, INT32 length); ///< 0 when the bytes do not fit
+    KxcINT32 init(const char* bytes, KxcINT32 length); ///< 0 when the bytes do not fit
     /// Puts an element into the list, which stays sorted by type. @param size  the element's, its two bytes included
-    INT32 addElement(const char* element, UINT8 size, UINT8 elementType);
-    char* getElement(char* list, UINT8 elementType); ///< null when the list, of messageLength bytes, has none
-    INT32 getElementLength(const char* list, UINT8 elementType) const;
+    KxcINT32 addElement(const char* element, KxcUINT8 size, KxcUINT8 elementType);
+    char* getElement(char* list, KxcUINT8 elementType); ///< null when the list, of messageLength bytes, has none
+    KxcINT32 getElementLength(const char* list, KxcUINT8 elementType) const;
 
 private:
-    INT32 setElement(UINT8 elementType, const char* value, INT32 length);
-    const char* findElement(const char* list, INT32 elementType) const;
+    KxcINT32 setElement(KxcUINT8 elementType, const char* value, KxcINT32 length);
+    const char* findElement(const char* list, KxcINT32 elementType) const;
 
     KxcInetHostEntry* hostEntry; // owned
 };
@@ -101,18 +101,18 @@ class KXC_API KxcCommService
 {
 public:
     virtual ~KxcCommService();
-    virtual INT32 inquiry(const KxcAdvertiser& query, KxcDeviceDiscovery* listener, const KxcUUID* id) = 0;
+    virtual KxcINT32 inquiry(const KxcAdvertiser& query, KxcDeviceDiscovery* listener, const KxcUUID* id) = 0;
     virtual void cancelInquiry() = 0; ///< the listener is not called again
     virtual void inquiryResult(KxcLinkedList<KxcAdvertiser*>& found) = 0;
-    virtual INT32 advertise(const KxcAdvertiser& advertiser, const KxcUUID* id) = 0;
-    virtual INT32 updateAdvertise(const KxcAdvertiser& advertiser) = 0;
+    virtual KxcINT32 advertise(const KxcAdvertiser& advertiser, const KxcUUID* id) = 0;
+    virtual KxcINT32 updateAdvertise(const KxcAdvertiser& advertiser) = 0;
     virtual void cancelAdvertise() = 0;
-    INT32 getType() const { return type; } ///< a connection type
+    KxcINT32 getType() const { return type; } ///< a connection type
 
 protected:
-    explicit KxcCommService(INT32 serviceType) : type(serviceType) {}
+    explicit KxcCommService(KxcINT32 serviceType) : type(serviceType) {}
 
-    INT32 type;
+    KxcINT32 type;
 };
 
 class KXC_API KxcInetCommService : public KxcCommService
@@ -125,12 +125,12 @@ public:
 
     /// Asks everybody on the local network, once, by a broadcast of the query's message to its advertise port. On a
     /// machine without a network the machine itself is asked. @return the bytes sent, or -1
-    INT32 inquiry(const KxcAdvertiser& query, KxcDeviceDiscovery* listener, const KxcUUID* id) override;
+    KxcINT32 inquiry(const KxcAdvertiser& query, KxcDeviceDiscovery* listener, const KxcUUID* id) override;
     void cancelInquiry() override;
     void inquiryResult(KxcLinkedList<KxcAdvertiser*>& found) override;
     /// Answers whatever arrives at the advertise port, 100 ms later, by the advertiser's message. @return 1, or -1
-    INT32 advertise(const KxcAdvertiser& advertiser, const KxcUUID* id) override;
-    INT32 updateAdvertise(const KxcAdvertiser& advertiser) override; ///< changes the message. @return 1, or -1
+    KxcINT32 advertise(const KxcAdvertiser& advertiser, const KxcUUID* id) override;
+    KxcINT32 updateAdvertise(const KxcAdvertiser& advertiser) override; ///< changes the message. @return 1, or -1
     void cancelAdvertise() override;
 
 private:

@@ -11,7 +11,7 @@
 struct KxcAudioState;
 
 /// Flags of a format.
-enum : UINT32
+enum : KxcUINT32
 {
     KXCAUDIO_LOOP = 0x100,  ///< at the loop's end go on at its start
     KXCAUDIO_16BIT = 0x200, ///< 16 bits a number, else 8
@@ -23,7 +23,7 @@ enum : UINT32
 struct KxcAudioFormat
 {
     constexpr KxcAudioFormat() : samplingRate(0), flags(0), samples(0), bytesPerSample(0), channels(0) {}
-    constexpr KxcAudioFormat(FLOAT32 rate, UINT32 formatFlags, INT32 sampleCount)
+    constexpr KxcAudioFormat(KxcFLOAT32 rate, KxcUINT32 formatFlags, KxcINT32 sampleCount)
         : samplingRate(rate),
           flags(formatFlags),
           samples(sampleCount),
@@ -32,11 +32,11 @@ struct KxcAudioFormat
     {
     }
 
-    FLOAT32 samplingRate; ///< in Hz
-    UINT32 flags;         ///< KXCAUDIO_ bits
-    INT32 samples;        ///< the length
-    INT32 bytesPerSample; ///< of one channel: 1 or 2
-    INT32 channels;       ///< 1 or 2
+    KxcFLOAT32 samplingRate; ///< in Hz
+    KxcUINT32 flags;         ///< KXCAUDIO_ bits
+    KxcINT32 samples;        ///< the length
+    KxcINT32 bytesPerSample; ///< of one channel: 1 or 2
+    KxcINT32 channels;       ///< 1 or 2
 };
 
 /// Something that KxcAudio plays, with the rate, volume, panning and priority that its sounds start with.
@@ -55,7 +55,7 @@ protected:
     friend class KxcAudioDevice;
     KxcAudioProducer();
     /// @param stream  1 for a KxcAudioStream, which has no samples of its own  @return 0 when memory runs out
-    INT32 initialize(KxcAudioFormat format, KxcFixed volume, KxcFixed panning, UINT16 priority, INT32 stream);
+    KxcINT32 initialize(KxcAudioFormat format, KxcFixed volume, KxcFixed panning, KxcUINT16 priority, KxcINT32 stream);
 
     KxcAudioState* state; // owned; null before initialize()
 };
@@ -72,17 +72,19 @@ public:
     /// @param priority  which sound gives way when all channels are taken: the larger number; 255 when it is left out
     static KxcAudioBuffer* create(KxcAudioFormat format, KxcFixed volume);
     static KxcAudioBuffer* create(KxcAudioFormat format, KxcFixed volume, KxcFixed panning);
-    static KxcAudioBuffer* create(KxcAudioFormat format, KxcFixed volume, KxcFixed panning, UINT16 priority);
-    static KxcAudioBuffer* create(FLOAT32 rate, UINT32 flags, INT32 samples, KxcFixed volume);
-    static KxcAudioBuffer* create(FLOAT32 rate, UINT32 flags, INT32 samples, KxcFixed volume, KxcFixed panning);
-    static KxcAudioBuffer* create(FLOAT32 rate, UINT32 flags, INT32 samples, KxcFixed volume, KxcFixed panning,
-                                  UINT16 priority);
+    static KxcAudioBuffer* create(KxcAudioFormat format, KxcFixed volume, KxcFixed panning, KxcUINT16 priority);
+    static KxcAudioBuffer* create(KxcFLOAT32 rate, KxcUINT32 flags, KxcINT32 samples, KxcFixed volume);
+    static KxcAudioBuffer* create(KxcFLOAT32 rate, KxcUINT32 flags, KxcINT32 samples, KxcFixed volume,
+                                  KxcFixed panning);
+    static KxcAudioBuffer* create(KxcFLOAT32 rate, KxcUINT32 flags, KxcINT32 samples, KxcFixed volume, KxcFixed panning,
+                                  KxcUINT16 priority);
     ~KxcAudioBuffer() override;
 
 protected:
     KxcAudioBuffer();
-    INT32 initialize(KxcAudioFormat format, KxcFixed volume, KxcFixed panning, UINT16 priority);
-    INT32 initialize(FLOAT32 rate, UINT32 flags, INT32 samples, KxcFixed volume, KxcFixed panning, UINT16 priority);
+    KxcINT32 initialize(KxcAudioFormat format, KxcFixed volume, KxcFixed panning, KxcUINT16 priority);
+    KxcINT32 initialize(KxcFLOAT32 rate, KxcUINT32 flags, KxcINT32 samples, KxcFixed volume, KxcFixed panning,
+                        KxcUINT16 priority);
 };
 
 /// Samples made while they play: music that is read ahead, a synthesizer.
@@ -106,11 +108,11 @@ public:
     /// Writes the next samples, in the stream's format, into a ring: sample i goes to index (start + i) % length.
     /// Every sample is asked for once and in order.
     /// @param data  the ring's memory  @param length  of the ring, in samples  @param count  0..length
-    virtual void fill(void* data, INT32 length, INT32 start, INT32 count) = 0;
+    virtual void fill(void* data, KxcINT32 length, KxcINT32 start, KxcINT32 count) = 0;
 
 protected:
     KxcAudioStream();
     /// @param format  its length does not matter  @return 0 when memory runs out
-    INT32 initialize(KxcAudioFormat format, KxcFixed volume, KxcFixed panning, UINT16 priority);
-    INT32 initialize(FLOAT32 rate, UINT32 flags, KxcFixed volume, KxcFixed panning, UINT16 priority);
+    KxcINT32 initialize(KxcAudioFormat format, KxcFixed volume, KxcFixed panning, KxcUINT16 priority);
+    KxcINT32 initialize(KxcFLOAT32 rate, KxcUINT32 flags, KxcFixed volume, KxcFixed panning, KxcUINT16 priority);
 };

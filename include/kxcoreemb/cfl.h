@@ -24,7 +24,7 @@ class KXC_API KxcCFL
 public:
     static KxcCFL* create();                 ///< without any archive; null when memory runs out
     static KxcCFL* create(const char* name); ///< with one archive, as openLibrary() adds it; null when that fails
-    static KxcCFL* create(const char* name, INT32 offset);
+    static KxcCFL* create(const char* name, KxcINT32 offset);
     static KxcCFL* create(KxcFile* file);
     ~KxcCFL();
 
@@ -32,23 +32,24 @@ public:
     /// anew each time that an entry is read.
     /// @param offset  where the archive begins, in bytes; when it does not begin there, the file's end tells where
     /// @return 1, or 0
-    INT32 openLibrary(const char* name, INT32 offset);
-    INT32 openLibrary(const char* name); ///< at offset 0
+    KxcINT32 openLibrary(const char* name, KxcINT32 offset);
+    KxcINT32 openLibrary(const char* name); ///< at offset 0
     /// The same at the file's position. The file is taken over: kept open until the directory goes, closed on failure.
-    INT32 openLibrary(KxcFile* file);
+    KxcINT32 openLibrary(KxcFile* file);
 
-    INT32 fileExists(const char* name);
-    INT32 getFileSize(const char* name); ///< decoded, in bytes
+    KxcINT32 fileExists(const char* name);
+    KxcINT32 getFileSize(const char* name); ///< decoded, in bytes
     /// The decoded entry; null also for an empty one.
     /// @param size  receives its size when the name is there, also when decoding fails; else 0
-    INT8* getFile(const char* name, INT32& size);
-    INT8* getFile(const char* name);
-    INT32 getFile(const char* name, INT8* buffer, INT32 bufferSize); ///< into the buffer; the bytes that were copied
+    KxcINT8* getFile(const char* name, KxcINT32& size);
+    KxcINT8* getFile(const char* name);
+    KxcINT32 getFile(const char* name, KxcINT8* buffer,
+                     KxcINT32 bufferSize); ///< into the buffer; the bytes that were copied
 
     /// The archive's file, positioned at the entry's stored bytes; given back with dropFilePtr().
     KxcFile* getFilePtr(const char* name);
     void dropFilePtr(KxcFile* file);
-    INT32 getFileOfs(const char* name); ///< where the entry begins in the archive's file, with its length word
+    KxcINT32 getFileOfs(const char* name); ///< where the entry begins in the archive's file, with its length word
 
     /// One line on the filter of the entry's step, from KxcCFLResourceFilter::handlerInfoString.
     const char* compressionInfoString(const char* name);
@@ -63,15 +64,15 @@ public:
 protected:
     KxcCFL();
     KxcCFLDirectoryEntry* findEntry(const char* name) const;
-    KxcCFLDirectoryEntry* findEntry(const char* name, UINT32 key) const;
-    INT32 addLibrary(KxcFile* file, const char* name);
+    KxcCFLDirectoryEntry* findEntry(const char* name, KxcUINT32 key) const;
+    KxcINT32 addLibrary(KxcFile* file, const char* name);
     void mergeEntry(KxcCFLDirectoryEntry* entry);
-    bool growIndex(UINT32 wanted);
+    bool growIndex(KxcUINT32 wanted);
 
-    KxcCFLLibrary* libraries;       // owned, newest first
-    KxcCFLDirectoryEntry* entries;  // the merged list; the libraries own the entries
-    KxcCFLDirectoryEntry** index;   // owned: buckets of entries, chained in nextInBucket
-    UINT32 bucketCount, entryCount; // buckets: a power of two, or 0
+    KxcCFLLibrary* libraries;          // owned, newest first
+    KxcCFLDirectoryEntry* entries;     // the merged list; the libraries own the entries
+    KxcCFLDirectoryEntry** index;      // owned: buckets of entries, chained in nextInBucket
+    KxcUINT32 bucketCount, entryCount; // buckets: a power of two, or 0
 };
 
 /// One archive that was opened.
@@ -91,10 +92,10 @@ protected:
 
     KxcFile* keptFile;             // owned; null for an archive that is opened by name
     char* filename;                // owned; null for a kept file
-    INT32 start, fileSize;         // of the archive in its file, and of that when it was opened, in bytes
+    KxcINT32 start, fileSize;      // of the archive in its file, and of that when it was opened, in bytes
     bool opening;                  // while open() looks for the file
     KxcCFLDirectoryEntry* entries; // owned: an array of all entries, also of those that were merged into older ones
-    INT8* names;                   // owned: what was the directory, now the entries' names
+    KxcINT8* names;                // owned: what was the directory, now the entries' names
     KxcCFLLibrary* next;           // older
 };
 
@@ -103,17 +104,17 @@ class KXC_API KxcCFLDirectoryEntry
 {
 public:
     ~KxcCFLDirectoryEntry();
-    void store(INT8* buffer, INT32& position) const; ///< writes the record and moves the position behind it
+    void store(KxcINT8* buffer, KxcINT32& position) const; ///< writes the record and moves the position behind it
     /// A new entry from a record that is known to be whole; the caller deletes it. Null when memory runs out.
-    static KxcCFLDirectoryEntry* restore(const INT8* buffer, INT32& position);
-    INT32 byteRequirement() const; ///< of the record
-    INT32 equals(const char* otherName, INT32 otherHash) const;
-    static INT32 calcHash(const char* text);
+    static KxcCFLDirectoryEntry* restore(const KxcINT8* buffer, KxcINT32& position);
+    KxcINT32 byteRequirement() const; ///< of the record
+    KxcINT32 equals(const char* otherName, KxcINT32 otherHash) const;
+    static KxcINT32 calcHash(const char* text);
     void replaceEntry(KxcCFLDirectoryEntry* newer); ///< takes over all but the place in the list, and deletes it
 
     const char* getName() const { return name; }
-    INT32 getSize() const { return static_cast<INT32>(size); } ///< decoded, in bytes
-    UINT32 getFilterWord() const { return filterWord; }        ///< as in cfl_filter.h
+    KxcINT32 getSize() const { return static_cast<KxcINT32>(size); } ///< decoded, in bytes
+    KxcUINT32 getFilterWord() const { return filterWord; }           ///< as in cfl_filter.h
     const KxcCFLDirectoryEntry* getNext() const { return next; }
 
     KxcCFLDirectoryEntry(const KxcCFLDirectoryEntry&) = delete;
@@ -123,15 +124,15 @@ protected:
     friend class KxcCFL;
     friend class KxcCFLMaker;
     KxcCFLDirectoryEntry();
-    UINT32 read(const INT8* record);
+    KxcUINT32 read(const KxcINT8* record);
     void takeOver(KxcCFLDirectoryEntry& newer);
 
     const char* name;
     char* ownName; // owned: the name; null when it lies in the library's names
-    UINT32 filterWord;
-    UINT32 size;   // decoded, in bytes
-    UINT32 offset; // of the stored bytes' length word, from the archive's start
-    UINT32 key;    // of the name in KxcCFL's index
+    KxcUINT32 filterWord;
+    KxcUINT32 size;   // decoded, in bytes
+    KxcUINT32 offset; // of the stored bytes' length word, from the archive's start
+    KxcUINT32 key;    // of the name in KxcCFL's index
     KxcCFLLibrary* library;
     KxcCFLDirectoryEntry* next;
     KxcCFLDirectoryEntry* nextInBucket;
@@ -142,13 +143,13 @@ class KXC_API KxcCFLResource
 {
 public:
     /// Takes the bytes over: the destructor releases them with delete[].
-    KxcCFLResource(INT8* bytes, UINT32 byteCount) : length(byteCount), data(bytes) {}
+    KxcCFLResource(KxcINT8* bytes, KxcUINT32 byteCount) : length(byteCount), data(bytes) {}
     ~KxcCFLResource();
     static KxcCFLResource* load(KxcFile* file); ///< from the position; null when the file or the memory ends before
-    INT32 save(KxcFile* file) const;            ///< 1, or 0
+    KxcINT32 save(KxcFile* file) const;         ///< 1, or 0
 
-    UINT32 getLength() const { return length; }
-    const INT8* getData() const { return data; }
+    KxcUINT32 getLength() const { return length; }
+    const KxcINT8* getData() const { return data; }
 
     KxcCFLResource(const KxcCFLResource&) = delete;
     KxcCFLResource& operator=(const KxcCFLResource&) = delete;
@@ -156,8 +157,8 @@ public:
 protected:
     friend class KxcCFL;
     friend class KxcCFLResourceFilter;
-    static KxcCFLResource* load(KxcFile* file, INT32 fileSize);
+    static KxcCFLResource* load(KxcFile* file, KxcINT32 fileSize);
 
-    UINT32 length;
-    INT8* data; // owned
+    KxcUINT32 length;
+    KxcINT8* data; // owned
 };

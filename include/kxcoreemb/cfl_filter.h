@@ -13,7 +13,7 @@ class KxcCFLResource;
 class KXC_API KxcCFLEnumerator
 {
 public:
-    virtual void handlerFound(UINT32 id, const char* infoString, const char* shortName) = 0;
+    virtual void handlerFound(KxcUINT32 id, const char* infoString, const char* shortName) = 0;
 
 protected:
     ~KxcCFLEnumerator() = default;
@@ -29,11 +29,11 @@ class KXC_API KxcCFLResourceFilter
 {
 public:
     /// The writing direction. @param out  receives a new[] buffer, or null on failure; the input stays the caller's
-    virtual void process(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) = 0;
+    virtual void process(KxcINT8* in, KxcINT8** out, KxcUINT32 inLength, KxcUINT32& outLength) = 0;
     /// The reading direction, likewise.
     /// @param outLength  holds the length that the result must have, where it is known, else 0: a filter whose input
     ///                   tells another one may save itself the work
-    virtual void reverseProcess(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) = 0;
+    virtual void reverseProcess(KxcINT8* in, KxcINT8** out, KxcUINT32 inLength, KxcUINT32& outLength) = 0;
 
 protected:
     virtual void setCipherKey(void* key); ///< in a form of the cipher's own; the base ignores it
@@ -43,17 +43,17 @@ public:
 
     /// Compression 0xFFFF stands for the registered compressor (an id up to 0xFFFE) that gives the fewest bytes.
     /// @param filterWord  receives the compression that was chosen  @return null on failure
-    static KxcCFLResource* handle(const INT8* data, UINT32 length, UINT32& filterWord);
+    static KxcCFLResource* handle(const KxcINT8* data, KxcUINT32 length, KxcUINT32& filterWord);
     /// @param length  the bytes that are expected, or 0 when any number will do; receives how many were decoded
     /// @return a new[] buffer; null on failure, and when another number came out than expected
-    static INT8* unhandle(const KxcCFLResource* resource, UINT32 filterWord, UINT32& length);
-    static INT8* unhandle(const KxcCFLResource* resource, UINT32 filterWord);
+    static KxcINT8* unhandle(const KxcCFLResource* resource, KxcUINT32 filterWord, KxcUINT32& length);
+    static KxcINT8* unhandle(const KxcCFLResource* resource, KxcUINT32 filterWord);
 
-    static const char* handlerShortName(UINT32 id);  ///< "best" for 0xFFFF, "Unknown" for an id that nobody has
-    static const char* handlerInfoString(UINT32 id); ///< likewise
+    static const char* handlerShortName(KxcUINT32 id);  ///< "best" for 0xFFFF, "Unknown" for an id that nobody has
+    static const char* handlerInfoString(KxcUINT32 id); ///< likewise
     static void enumerateHandlers(KxcCFLEnumerator* enumerator); ///< newest first
-    static void enableHandler(UINT32 id, INT32 isEnabled);       ///< a mark for tools: nothing here heeds it
-    static void setKey(UINT32 id, void* key);
+    static void enableHandler(KxcUINT32 id, KxcINT32 isEnabled); ///< a mark for tools: nothing here heeds it
+    static void setKey(KxcUINT32 id, void* key);
 
     KxcCFLResourceFilter(const KxcCFLResourceFilter&) = delete;
     KxcCFLResourceFilter& operator=(const KxcCFLResourceFilter&) = delete;
@@ -61,14 +61,14 @@ public:
 protected:
     friend void kxcCFLFiltersFree();
     /// @param info, name  one line and one word on the filter; not copied
-    KxcCFLResourceFilter(UINT32 filterId, const char* info, const char* name);
+    KxcCFLResourceFilter(KxcUINT32 filterId, const char* info, const char* name);
     static void registerHandler(KxcCFLResourceFilter* filter); ///< called last by every filter's constructor
-    static KxcCFLResourceFilter* findHandler(UINT32 id);       ///< the newest with that id
+    static KxcCFLResourceFilter* findHandler(KxcUINT32 id);    ///< the newest with that id
 
     const char* infoString;
     const char* shortName;
-    INT32 enabled; // 1
-    UINT32 id;
+    KxcINT32 enabled; // 1
+    KxcUINT32 id;
     KxcCFLResourceFilter* next; // older
 };
 
@@ -77,8 +77,8 @@ class KXC_API KxcCFLFilterNone : public KxcCFLResourceFilter
 {
 public:
     KxcCFLFilterNone();
-    void process(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override;
-    void reverseProcess(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override;
+    void process(KxcINT8* in, KxcINT8** out, KxcUINT32 inLength, KxcUINT32& outLength) override;
+    void reverseProcess(KxcINT8* in, KxcINT8** out, KxcUINT32 inLength, KxcUINT32& outLength) override;
 };
 
 /// Id 1: the decoded length in 32 bits, little-endian, and a zlib stream.
@@ -86,8 +86,8 @@ class KXC_API KxcCFLFilterZlib : public KxcCFLResourceFilter
 {
 public:
     KxcCFLFilterZlib();
-    void process(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override;
-    void reverseProcess(INT8* in, INT8** out, UINT32 inLength, UINT32& outLength) override;
+    void process(KxcINT8* in, KxcINT8** out, KxcUINT32 inLength, KxcUINT32& outLength) override;
+    void reverseProcess(KxcINT8* in, KxcINT8** out, KxcUINT32 inLength, KxcUINT32& outLength) override;
 };
 
 /// Registers a KxcCFLFilterZlib. Called from a game's init function, or by kxcUseDefaults.

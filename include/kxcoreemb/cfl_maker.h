@@ -23,10 +23,10 @@ public:
     /// Adds an entry. The same name may be stored again: readers see what was stored first.
     /// @param filterWord  as in cfl_filter.h; compression 0xFFFF chooses the smallest result
     /// @return how many bytes are stored, which is 0 for an empty entry without filters; 0 on failure
-    INT32 store(const char* name, const INT8* data, INT32 length, UINT32 filterWord);
+    KxcINT32 store(const char* name, const KxcINT8* data, KxcINT32 length, KxcUINT32 filterWord);
 
     /// Writes the directory, filtered by the word, and closes the file. @return 1, or 0
-    INT32 finish(UINT32 filterWord);
+    KxcINT32 finish(KxcUINT32 filterWord);
 
     KxcCFLMaker(const KxcCFLMaker&) = delete;
     KxcCFLMaker& operator=(const KxcCFLMaker&) = delete;
@@ -35,8 +35,8 @@ protected:
     friend void kxcCFLMakersFree();
     KxcCFLMaker();
     ~KxcCFLMaker();
-    INT32 init(const char* name);
-    INT8* makeDirectory(UINT32& size) const;
+    KxcINT32 init(const char* name);
+    KxcINT8* makeDirectory(KxcUINT32& size) const;
 
     KxcCFLDirectoryEntry* entries; // owned, newest first
     KxcFile* file;                 // owned; null once it was closed

@@ -16,19 +16,19 @@ class KxcPrimitiveTranslator;
 /// What a game may adjust before the core is built: eight 32-bit words, zero but for the screen size.
 struct KxcAppPrefs
 {
-    INT32 reserved0;                ///< carried, not read
-    INT32 resourceMemoryLimit;      ///< budget of the resource manager, in bytes
-    INT32 screenWidth;              ///< of the game screen, in pixels; preset by the host
-    INT32 screenHeight;             ///< likewise
+    KxcINT32 reserved0;             ///< carried, not read
+    KxcINT32 resourceMemoryLimit;   ///< budget of the resource manager, in bytes
+    KxcINT32 screenWidth;           ///< of the game screen, in pixels; preset by the host
+    KxcINT32 screenHeight;          ///< likewise
     const char* title;              ///< of the window; null keeps the default
-    INT32 reserved5;                ///< carried, not read
-    INT32 extraMemoryRequired;      ///< bytes that must be obtainable at start-up; 0 or less asks for none
+    KxcINT32 reserved5;             ///< carried, not read
+    KxcINT32 extraMemoryRequired;   ///< bytes that must be obtainable at start-up; 0 or less asks for none
     const char* outOfMemoryMessage; ///< replaces the built-in texts when memory runs out; null keeps them
 };
 static_assert(sizeof(void*) != 4 || sizeof(KxcAppPrefs) == 32, "eight 32-bit words");
 
 /// Events of KxcApp::onDeviceStateEvent.
-enum : INT32
+enum : KxcINT32
 {
     KXCDSE_FOCUSLOST = 1,   ///< the window was deactivated; param 1
     KXCDSE_FOCUSGAINED = 2, ///< the window was activated; param 0
@@ -36,7 +36,7 @@ enum : INT32
 };
 
 /// Engine key codes beside the platform's virtual-key codes.
-enum : INT32
+enum : KxcINT32
 {
     KXCKEY_MIDDLEBUTTON = 506, ///< the middle mouse button
     KXCKEY_WHEELDOWN = 512,    ///< the wheel turned toward the user
@@ -52,7 +52,7 @@ enum : INT32
 };
 
 /// Control codes: what keys mean to a game, through the mapping table.
-enum : INT32
+enum : KxcINT32
 {
     KXCCTRL_LEFT = 500,
     KXCCTRL_RIGHT = 501,
@@ -81,7 +81,7 @@ public:
     virtual void onTick();      ///< once a frame, before rendering
     virtual void onAppDeinit(); ///< once, when the program quits
     /// @param event  a KXCDSE_ value  @param param  2: the application is expected to quit, which the base does
-    virtual INT32 onDeviceStateEvent(INT32 event, INT32 param, void* data);
+    virtual KxcINT32 onDeviceStateEvent(KxcINT32 event, KxcINT32 param, void* data);
 };
 
 /// Draws the game, once a frame after KxcApp::onTick. Installed with KxcCore::setRenderer; the game owns it.
@@ -90,7 +90,7 @@ class KXC_API KxcRenderer
 public:
     virtual void render();
     /// @return 0 to have the active graphics device present its picture; anything else keeps the frame as it is
-    virtual INT32 updateScreen(void* data);
+    virtual KxcINT32 updateScreen(void* data);
     virtual void initRenderer();   ///< when it was installed
     virtual void deinitRenderer(); ///< when another one replaces it; not at the end of the run
 
@@ -103,15 +103,15 @@ protected:
 class KXC_API KxcInput
 {
 public:
-    virtual void onPointerDown(INT32 x, INT32 y); ///< in frame pixels, as in the next two
-    virtual void onPointerMove(INT32 x, INT32 y);
-    virtual void onPointerUp(INT32 x, INT32 y);
-    virtual void onKeyDown(INT32 code); ///< a virtual-key or KXCKEY_ code
-    virtual void onKeyUp(INT32 code);
-    virtual void onControlDown(INT32 code); ///< a KXCCTRL_ code
-    virtual void onControlUp(INT32 code);
+    virtual void onPointerDown(KxcINT32 x, KxcINT32 y); ///< in frame pixels, as in the next two
+    virtual void onPointerMove(KxcINT32 x, KxcINT32 y);
+    virtual void onPointerUp(KxcINT32 x, KxcINT32 y);
+    virtual void onKeyDown(KxcINT32 code); ///< a virtual-key or KXCKEY_ code
+    virtual void onKeyUp(KxcINT32 code);
+    virtual void onControlDown(KxcINT32 code); ///< a KXCCTRL_ code
+    virtual void onControlUp(KxcINT32 code);
     virtual void onCharEntered(char character);
-    virtual void onJoystickMoved(INT32 x, INT32 y);
+    virtual void onJoystickMoved(KxcINT32 x, KxcINT32 y);
 
 protected:
     ~KxcInput() = default;
@@ -120,13 +120,13 @@ protected:
 /// The processor; both words are 0 on this platform.
 struct KxcCPUInfo
 {
-    INT32 type, speed;
+    KxcINT32 type, speed;
 };
 
 /// Filled by KxcCore::setExclusiveMode.
 struct KxcExclusiveModeSettings
 {
-    INT32 width, height; ///< the device's size in pixels
+    KxcINT32 width, height; ///< the device's size in pixels
 };
 
 /// The engine's services. All static; before the core is built and after it is gone they answer 0.
@@ -148,32 +148,32 @@ public:
     [[noreturn]] static void systemPanic(const char* message);
 
     /// Milliseconds since the core was built. Never runs backwards; a gap of more than five minutes counts as 1 ms.
-    static INT32 getTick();
-    static INT64 getTick64();
-    static void sleep(INT32 milliseconds); ///< blocks the calling thread; any thread
+    static KxcINT32 getTick();
+    static KxcINT64 getTick64();
+    static void sleep(KxcINT32 milliseconds); ///< blocks the calling thread; any thread
 
-    static INT32 getDeviceWidth(); ///< of the active graphics device's frame, else of the screen, in pixels
-    static INT32 getDeviceHeight();
+    static KxcINT32 getDeviceWidth(); ///< of the active graphics device's frame, else of the screen, in pixels
+    static KxcINT32 getDeviceHeight();
 
-    static INT32 getPlatformId(); ///< 0x1000000
+    static KxcINT32 getPlatformId(); ///< 0x1000000
     static const char* getPlatformString();
     static const char* getCommandlineString(); ///< null in an embedded run
     static KxcCPUInfo* getCPUInfo();           ///< the caller deletes it; null when memory runs out
-    static KxcFixed getBatteryState();    ///< from 0 up to, not including, 1: here a ramp that repeats every second
-    static INT32 getDeviceLocale();       ///< 0
-    static INT32 getSilentProfileState(); ///< -1
+    static KxcFixed getBatteryState();       ///< from 0 up to, not including, 1: here a ramp that repeats every second
+    static KxcINT32 getDeviceLocale();       ///< 0
+    static KxcINT32 getSilentProfileState(); ///< -1
 
     /// Stores the mode (1 at start-up) and reports the device's size. @return 1
-    static INT32 setExclusiveMode(INT32 mode, KxcExclusiveModeSettings& settings);
-    static void setIdleMode(INT32 mode);
+    static KxcINT32 setExclusiveMode(KxcINT32 mode, KxcExclusiveModeSettings& settings);
+    static void setIdleMode(KxcINT32 mode);
     static void
-    setOutOfMemoryAction(INT32 action); ///< 1: panic when the engine heap is exhausted; else it answers null
+    setOutOfMemoryAction(KxcINT32 action); ///< 1: panic when the engine heap is exhausted; else it answers null
 
-    static void compactMemory(UINT32 bytes); ///< no effect on this platform
-    static UINT32 getFreePoolMemory();       ///< of the engine heap, in bytes; 0 without one
-    static UINT32 getMemoryBlockSize(void* block);
+    static void compactMemory(KxcUINT32 bytes); ///< no effect on this platform
+    static KxcUINT32 getFreePoolMemory();       ///< of the engine heap, in bytes; 0 without one
+    static KxcUINT32 getMemoryBlockSize(void* block);
     /// Zeroed pages from the operating system; null when it has none. Any thread.
-    static void* allocateSystemMemory(INT32 bytes);
+    static void* allocateSystemMemory(KxcINT32 bytes);
     static void freeSystemMemory(void* memory);
 
     static KxcCommunicationScheduler* getCommunicationScheduler(); ///< null until kxcUseNetwork
@@ -181,19 +181,20 @@ public:
     static KxcPrimitiveTranslator* getPrimitiveTranslator();       ///< likewise
 
     /// Adds a resource archive to the engine's directory; its entries override those of earlier ones. @return 1, or 0
-    static INT32 openCFL(const char* name);
-    static void resetCFLDirectory();                 ///< forgets all archives
-    static void setFileOpenStrategy(INT32 strategy); ///< a KXCFILE_ value; KXCFILE_DISK_FIRST at start-up
+    static KxcINT32 openCFL(const char* name);
+    static void resetCFLDirectory();                    ///< forgets all archives
+    static void setFileOpenStrategy(KxcINT32 strategy); ///< a KXCFILE_ value; KXCFILE_DISK_FIRST at start-up
 
     /// Adds a (KXCCTRL_ code, key code) pair; a pair is never stored twice.
-    static void mapControlCode(INT32 control, INT32 key);
-    static void unmapControlCode(INT32 control, INT32 key); ///< its slot becomes free and reads as (-1, -1)
-    static UINT32 getControlMappingCount();                 ///< slots, free ones included
-    static void getControlMapping(UINT32 index, INT32& control, INT32& key); ///< (-1, -1) at or beyond the count
-    static void resetControlMappings();                                      ///< to the 17 default pairs
+    static void mapControlCode(KxcINT32 control, KxcINT32 key);
+    static void unmapControlCode(KxcINT32 control, KxcINT32 key); ///< its slot becomes free and reads as (-1, -1)
+    static KxcUINT32 getControlMappingCount();                    ///< slots, free ones included
+    static void getControlMapping(KxcUINT32 index, KxcINT32& control,
+                                  KxcINT32& key); ///< (-1, -1) at or beyond the count
+    static void resetControlMappings();           ///< to the 17 default pairs
 
     /// A touch on the rectangle (its right and bottom edges included) presses the key; the newest button wins.
-    static void addScreenButton(const KxcRectangle& rectangle, INT32 key);
+    static void addScreenButton(const KxcRectangle& rectangle, KxcINT32 key);
     static void resetScreenButtons();
 };
 

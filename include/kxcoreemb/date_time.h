@@ -10,8 +10,8 @@ public:
     static KxcDateTime* create(); ///< now; the caller deletes it; null when memory runs out
     void update();                ///< now
 
-    UINT16 year, month, day; // month and day of the month count from 1
-    UINT16 hour, minute, second, millisecond;
+    KxcUINT16 year, month, day; // month and day of the month count from 1
+    KxcUINT16 hour, minute, second, millisecond;
 
 protected:
     KxcDateTime() = default;

@@ -14,7 +14,7 @@ class KxcCFLDirectoryEntry;
 struct KxcPlatformSearch;
 
 /// Which store a name is looked up in. With any other value, open() fails and the whole-file functions take the first.
-enum : UINT32
+enum : KxcUINT32
 {
     KXCFILE_DEFAULT = 0,    ///< what KxcCore::setFileOpenStrategy set; KXCFILE_DISK_FIRST at start-up
     KXCFILE_DISK_FIRST = 1, ///< the disk, then the archives
@@ -35,16 +35,16 @@ class KXC_API KxcFile
 public:
     // --- one file (this order is the order of the virtual table) ---
     /// @param whence  0 from the start, 1 from the position, 2 from the end  @return 0; anything else on failure
-    virtual INT32 seek(INT32 offset, INT32 whence);
-    virtual INT32 tell();              ///< -1 on failure
-    virtual const char* getFilename(); ///< as passed to open
-    virtual INT32 getChar();           ///< 0..255, or -1 at the end
-    virtual INT32 putChar(INT32 ch);   ///< the byte written, or -1
+    virtual KxcINT32 seek(KxcINT32 offset, KxcINT32 whence);
+    virtual KxcINT32 tell();               ///< -1 on failure
+    virtual const char* getFilename();     ///< as passed to open
+    virtual KxcINT32 getChar();            ///< 0..255, or -1 at the end
+    virtual KxcINT32 putChar(KxcINT32 ch); ///< the byte written, or -1
     /// Reads up to count elements of size bytes. @return whole elements read; 0 for a size or count below 1
-    virtual INT32 read(void* buffer, INT32 size, INT32 count);
-    virtual INT32 write(const void* buffer, INT32 size, INT32 count); ///< whole elements written
-    virtual INT32 close();     ///< destroys the object; non-zero when the last bytes could not be written
-    virtual INT32 endOfFile(); ///< non-zero once a read ran into the end
+    virtual KxcINT32 read(void* buffer, KxcINT32 size, KxcINT32 count);
+    virtual KxcINT32 write(const void* buffer, KxcINT32 size, KxcINT32 count); ///< whole elements written
+    virtual KxcINT32 close();     ///< destroys the object; non-zero when the last bytes could not be written
+    virtual KxcINT32 endOfFile(); ///< non-zero once a read ran into the end
 
 protected:
     virtual ~KxcFile();
@@ -52,57 +52,57 @@ protected:
 public:
     // --- opening ---
     /// @param mode  as for fopen, "rb" or "wb"; modes that write never reach an archive
-    static KxcFile* open(const char* name, const char* mode, UINT32 strategy);
-    static KxcFile* openDiskFile(const char* name, const char* mode);      ///< KXCFILE_DISK_ONLY
-    static KxcFile* openCFLFile(const char* name, const char* mode);       ///< KXCFILE_CFL_ONLY
-    static KxcFile* open(const char* name, const INT8* data, UINT32 size); ///< KxcFileMemory::open
+    static KxcFile* open(const char* name, const char* mode, KxcUINT32 strategy);
+    static KxcFile* openDiskFile(const char* name, const char* mode);            ///< KXCFILE_DISK_ONLY
+    static KxcFile* openCFLFile(const char* name, const char* mode);             ///< KXCFILE_CFL_ONLY
+    static KxcFile* open(const char* name, const KxcINT8* data, KxcUINT32 size); ///< KxcFileMemory::open
 
     // --- whole files and folders ---
-    static INT8* getFile(const char* name, UINT32 strategy);     ///< the content, without a terminator; or null
-    static INT32 getFileSize(const char* name, UINT32 strategy); ///< 0 when there is none
-    static INT32 fileExists(const char* name);                   ///< 1: in an archive, 2: on disk, 3: both, 0: neither
-    static INT32 mkdir(const char* name);                        ///< 1, or 0
-    static INT32 rmdir(const char* name);                        ///< 1, or 0; the folder must be empty
-    static INT32 remove(const char* name);                       ///< 0, or -1
-    static INT32 rename(const char* oldName, const char* newName); ///< 0, or -1; never replaces another file
+    static KxcINT8* getFile(const char* name, KxcUINT32 strategy);     ///< the content, without a terminator; or null
+    static KxcINT32 getFileSize(const char* name, KxcUINT32 strategy); ///< 0 when there is none
+    static KxcINT32 fileExists(const char* name); ///< 1: in an archive, 2: on disk, 3: both, 0: neither
+    static KxcINT32 mkdir(const char* name);      ///< 1, or 0
+    static KxcINT32 rmdir(const char* name);      ///< 1, or 0; the folder must be empty
+    static KxcINT32 remove(const char* name);     ///< 0, or -1
+    static KxcINT32 rename(const char* oldName, const char* newName); ///< 0, or -1; never replaces another file
 
     // --- single values, stored little-endian ---
     // write... give 1 or what write() answers on failure; read...() give the value, or 0 on failure; read...(value&)
     // give 1, or 0 on failure, where the value stays as it was.
-    INT32 writeINT8(INT8 value);
-    INT32 writeUINT8(UINT8 value);
-    INT32 writeINT16(INT16 value);
-    INT32 writeUINT16(UINT16 value);
-    INT32 writeINT32(INT32 value);
-    INT32 writeUINT32(UINT32 value);
-    INT32 writeFLOAT32(FLOAT32 value);
-    INT32 writeFLOAT64(FLOAT64 value);
-    INT8 readINT8();
-    UINT8 readUINT8();
-    INT16 readINT16();
-    UINT16 readUINT16();
-    INT32 readINT32();
-    UINT32 readUINT32();
-    FLOAT32 readFLOAT32();
-    FLOAT64 readFLOAT64();
-    INT32 readINT8(INT8& value);
-    INT32 readUINT8(UINT8& value);
-    INT32 readINT16(INT16& value);
-    INT32 readUINT16(UINT16& value);
-    INT32 readINT32(INT32& value);
-    INT32 readUINT32(UINT32& value);
-    INT32 readFLOAT32(FLOAT32& value);
-    INT32 readFLOAT64(FLOAT64& value);
+    KxcINT32 writeINT8(KxcINT8 value);
+    KxcINT32 writeUINT8(KxcUINT8 value);
+    KxcINT32 writeINT16(KxcINT16 value);
+    KxcINT32 writeUINT16(KxcUINT16 value);
+    KxcINT32 writeINT32(KxcINT32 value);
+    KxcINT32 writeUINT32(KxcUINT32 value);
+    KxcINT32 writeFLOAT32(KxcFLOAT32 value);
+    KxcINT32 writeFLOAT64(KxcFLOAT64 value);
+    KxcINT8 readINT8();
+    KxcUINT8 readUINT8();
+    KxcINT16 readINT16();
+    KxcUINT16 readUINT16();
+    KxcINT32 readINT32();
+    KxcUINT32 readUINT32();
+    KxcFLOAT32 readFLOAT32();
+    KxcFLOAT64 readFLOAT64();
+    KxcINT32 readINT8(KxcINT8& value);
+    KxcINT32 readUINT8(KxcUINT8& value);
+    KxcINT32 readINT16(KxcINT16& value);
+    KxcINT32 readUINT16(KxcUINT16& value);
+    KxcINT32 readINT32(KxcINT32& value);
+    KxcINT32 readUINT32(KxcUINT32& value);
+    KxcINT32 readFLOAT32(KxcFLOAT32& value);
+    KxcINT32 readFLOAT64(KxcFLOAT64& value);
 
     // --- strings, stored with a zero unit at their end ---
     // write... give 1, or what write() answers on failure; null writes nothing and gives 0. read... give a new string,
     // which also ends where the file does; null when memory runs out.
-    INT32 writeCHARString(const char* string); ///< 16-bit units, each a sign-extended character
-    INT32 writeCHAR8String(const char* string);
-    INT32 writeCHAR16String(const CHAR16* string);
+    KxcINT32 writeCHARString(const char* string); ///< 16-bit units, each a sign-extended character
+    KxcINT32 writeCHAR8String(const char* string);
+    KxcINT32 writeCHAR16String(const KxcCHAR16* string);
     char* readCHARString(); ///< the low byte of each 16-bit unit
     char* readCHAR8String();
-    CHAR16* readCHAR16String();
+    KxcCHAR16* readCHAR16String();
 
     KxcFile(const KxcFile&) = delete;
     KxcFile& operator=(const KxcFile&) = delete;
@@ -110,7 +110,7 @@ public:
 protected:
     friend class KxcCFLLibrary;
     KxcFile();
-    INT32 init(const char* name);
+    KxcINT32 init(const char* name);
     void readUnbuffered(); ///< before the first access: reads go straight to the disk, no byte further than asked for
     static KxcFile* openStdFile(const char* name, const char* mode);
     /// The disk path of a name that is not raw, folders separated by "\"; shows the developer's warnings.
@@ -126,23 +126,23 @@ class KXC_API KxcFileMemory : public KxcFile
 {
 public:
     /// Takes the data over: close() releases it with delete[]. When open fails, it stays the caller's.
-    static KxcFile* open(const char* name, const INT8* data, UINT32 size);
+    static KxcFile* open(const char* name, const KxcINT8* data, KxcUINT32 size);
 
-    INT32 seek(INT32 offset, INT32 whence) override;
-    INT32 tell() override;
-    INT32 getChar() override;
-    INT32 putChar(INT32 ch) override;
-    INT32 read(void* buffer, INT32 size, INT32 count) override;
-    INT32 write(const void* buffer, INT32 size, INT32 count) override;
-    INT32 close() override;
-    INT32 endOfFile() override; ///< 1 at the end, also before a read ran into it
+    KxcINT32 seek(KxcINT32 offset, KxcINT32 whence) override;
+    KxcINT32 tell() override;
+    KxcINT32 getChar() override;
+    KxcINT32 putChar(KxcINT32 ch) override;
+    KxcINT32 read(void* buffer, KxcINT32 size, KxcINT32 count) override;
+    KxcINT32 write(const void* buffer, KxcINT32 size, KxcINT32 count) override;
+    KxcINT32 close() override;
+    KxcINT32 endOfFile() override; ///< 1 at the end, also before a read ran into it
 
 protected:
     KxcFileMemory();
     ~KxcFileMemory() override;
 
-    const INT8* data; // owned
-    INT32 position, size;
+    const KxcINT8* data; // owned
+    KxcINT32 position, size;
 };
 
 /// Opens entries of the archives: decoded whole, as a KxcFileMemory.
@@ -153,7 +153,7 @@ public:
 };
 
 /// Flags of KxcFileFind::create.
-enum : INT32
+enum : KxcINT32
 {
     KXCFILEFIND_DISK = 1,            ///< list the folder of the program's executable, folders in it included
     KXCFILEFIND_CFL = 2,             ///< list the archives' entries, before the disk
@@ -169,7 +169,7 @@ enum : INT32
 class KXC_API KxcFileFind
 {
 public:
-    static KxcFileFind* create(const char* pattern, INT32 flags); ///< null when memory runs out
+    static KxcFileFind* create(const char* pattern, KxcINT32 flags); ///< null when memory runs out
     ~KxcFileFind();
     const char* next(); ///< the next name, valid until the next call; null at the end
 
@@ -186,8 +186,8 @@ protected:
     void closeFileFindDisk();
 
     const KxcCFLDirectoryEntry* entry; // the next one to report
-    INT32 flags;
+    KxcINT32 flags;
     KxcPlatformSearch* search; // open from the first disk name to the last
-    INT32 diskDone;            // 1 when there is no disk name (left) to report
+    KxcINT32 diskDone;         // 1 when there is no disk name (left) to report
     const char* pattern;       // the caller's
 };

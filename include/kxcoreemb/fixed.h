@@ -18,27 +18,27 @@ public:
 
     /// From a whole number; it wraps outside -32768..32767.
     template <class Integer, std::enable_if_t<std::is_integral<Integer>::value, int> = 0>
-    constexpr KxcFixed(Integer value) : m_raw(wrap(static_cast<UINT64>(value) << 16))
+    constexpr KxcFixed(Integer value) : m_raw(wrap(static_cast<KxcUINT64>(value) << 16))
     {
     }
     /// From a float, truncated toward zero; what 64 bits cannot hold gives 0.
-    constexpr KxcFixed(FLOAT32 value) : m_raw(truncate(value * 65536.0f)) {}
-    constexpr KxcFixed(FLOAT64 value) : m_raw(truncate(value * 65536.0)) {}
+    constexpr KxcFixed(KxcFLOAT32 value) : m_raw(truncate(value * 65536.0f)) {}
+    constexpr KxcFixed(KxcFLOAT64 value) : m_raw(truncate(value * 65536.0)) {}
 
-    static constexpr KxcFixed fromRaw(INT32 raw)
+    static constexpr KxcFixed fromRaw(KxcINT32 raw)
     {
         KxcFixed result(0);
         result.m_raw = raw;
         return result;
     }
-    constexpr INT32 raw() const { return m_raw; }
+    constexpr KxcINT32 raw() const { return m_raw; }
 
     /// Rounds toward minus infinity: -0.5 gives -1.
-    constexpr explicit operator INT32() const { return m_raw >> 16; }
-    constexpr explicit operator FLOAT32() const { return static_cast<FLOAT32>(m_raw) / 65536.0f; }
-    constexpr explicit operator FLOAT64() const { return m_raw / 65536.0; }
+    constexpr explicit operator KxcINT32() const { return m_raw >> 16; }
+    constexpr explicit operator KxcFLOAT32() const { return static_cast<KxcFLOAT32>(m_raw) / 65536.0f; }
+    constexpr explicit operator KxcFLOAT64() const { return m_raw / 65536.0; }
 
-    constexpr KxcFixed operator-() const { return fromRaw(wrap(0u - static_cast<UINT32>(m_raw))); }
+    constexpr KxcFixed operator-() const { return fromRaw(wrap(0u - static_cast<KxcUINT32>(m_raw))); }
     constexpr KxcFixed& operator+=(KxcFixed b) { return *this = *this + b; }
     constexpr KxcFixed& operator-=(KxcFixed b) { return *this = *this - b; }
     constexpr KxcFixed& operator*=(KxcFixed b) { return *this = *this * b; }
@@ -46,27 +46,27 @@ public:
 
     friend constexpr KxcFixed operator+(KxcFixed a, KxcFixed b)
     {
-        return fromRaw(wrap(static_cast<UINT32>(a.m_raw) + static_cast<UINT32>(b.m_raw)));
+        return fromRaw(wrap(static_cast<KxcUINT32>(a.m_raw) + static_cast<KxcUINT32>(b.m_raw)));
     }
     friend constexpr KxcFixed operator-(KxcFixed a, KxcFixed b)
     {
-        return fromRaw(wrap(static_cast<UINT32>(a.m_raw) - static_cast<UINT32>(b.m_raw)));
+        return fromRaw(wrap(static_cast<KxcUINT32>(a.m_raw) - static_cast<KxcUINT32>(b.m_raw)));
     }
     /// The product floored to 16 fraction bits.
     friend constexpr KxcFixed operator*(KxcFixed a, KxcFixed b)
     {
-        return fromRaw(wrap(static_cast<UINT64>((static_cast<INT64>(a.m_raw) * b.m_raw) >> 16)));
+        return fromRaw(wrap(static_cast<KxcUINT64>((static_cast<KxcINT64>(a.m_raw) * b.m_raw) >> 16)));
     }
     /// The quotient truncated toward zero; b must not be 0.
     friend constexpr KxcFixed operator/(KxcFixed a, KxcFixed b)
     {
-        return fromRaw(wrap(static_cast<UINT64>(static_cast<INT64>(a.m_raw) * 65536 / b.m_raw)));
+        return fromRaw(wrap(static_cast<KxcUINT64>(static_cast<KxcINT64>(a.m_raw) * 65536 / b.m_raw)));
     }
     /// The raw value divided by a whole number, truncated toward zero; b must not be 0.
     template <class Integer, std::enable_if_t<std::is_integral<Integer>::value, int> = 0>
     friend constexpr KxcFixed operator/(KxcFixed a, Integer b)
     {
-        return fromRaw(wrap(static_cast<UINT64>(static_cast<INT64>(a.m_raw) / static_cast<INT64>(b))));
+        return fromRaw(wrap(static_cast<KxcUINT64>(static_cast<KxcINT64>(a.m_raw) / static_cast<KxcINT64>(b))));
     }
 
     friend constexpr bool operator==(KxcFixed a, KxcFixed b) { return a.m_raw == b.m_raw; }
@@ -77,15 +77,15 @@ public:
     friend constexpr bool operator>=(KxcFixed a, KxcFixed b) { return a.m_raw >= b.m_raw; }
 
 private:
-    static constexpr INT32 wrap(UINT64 value) { return static_cast<INT32>(static_cast<UINT32>(value)); }
+    static constexpr KxcINT32 wrap(KxcUINT64 value) { return static_cast<KxcINT32>(static_cast<KxcUINT32>(value)); }
     template <class Real>
-    static constexpr INT32 truncate(Real scaled)
+    static constexpr KxcINT32 truncate(Real scaled)
     {
         constexpr Real kLimit = static_cast<Real>(9223372036854775808.0); // 2^63
-        return scaled > -kLimit && scaled < kLimit ? wrap(static_cast<UINT64>(static_cast<INT64>(scaled))) : 0;
+        return scaled > -kLimit && scaled < kLimit ? wrap(static_cast<KxcUINT64>(static_cast<KxcINT64>(scaled))) : 0;
     }
 
-    INT32 m_raw;
+    KxcINT32 m_raw;
 };
 static_assert(sizeof(KxcFixed) == 4 && std::is_trivial<KxcFixed>::value, "KxcFixed travels as one integer");
 

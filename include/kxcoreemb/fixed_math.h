@@ -57,8 +57,8 @@ public:
 
     // Signs and whole numbers
     static KxcFixed abs(KxcFixed x) { return x < KxcFixed(0) ? -x : x; }
-    static KxcFixed floor(KxcFixed x) { return wholePart(static_cast<UINT32>(x.raw())); }
-    static KxcFixed ceil(KxcFixed x) { return wholePart(static_cast<UINT32>(x.raw()) + 0xFFFF); }
+    static KxcFixed floor(KxcFixed x) { return wholePart(static_cast<KxcUINT32>(x.raw())); }
+    static KxcFixed ceil(KxcFixed x) { return wholePart(static_cast<KxcUINT32>(x.raw()) + 0xFFFF); }
 
     // Matrices for 3D. A KxcMatrix3 is the rotating and scaling part alone.
     static KxcMatrix4& matrixIdentity(KxcMatrix4& m);
@@ -172,5 +172,5 @@ public:
                                            const KxcVector3& up);
 
 private:
-    static KxcFixed wholePart(UINT32 raw) { return KxcFixed::fromRaw(static_cast<INT32>(raw & 0xFFFF0000u)); }
+    static KxcFixed wholePart(KxcUINT32 raw) { return KxcFixed::fromRaw(static_cast<KxcINT32>(raw & 0xFFFF0000u)); }
 };

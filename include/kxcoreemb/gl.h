@@ -17,7 +17,7 @@ class KxcGLDevice;
 class KxcGLTexture;
 
 /// Creation flags of KxcGL::create.
-enum KXCGLCREATE : UINT32
+enum KXCGLCREATE : KxcUINT32
 {
     KXCGLCREATE_PORTRAIT = 0x1000000,    ///< turn the frame by 90 degrees where the screen is wider than high
     KXCGLCREATE_LANDSCAPE = 0x2000000,   ///< turn the frame by 90 degrees where the screen is not wider than high
@@ -29,18 +29,18 @@ enum KXCGLCREATE : UINT32
 struct KxcGLDeviceInfo
 {
     const KxcGLDeviceInfo* next; ///< registered before this one; null at the end
-    UINT32 deviceId;             ///< for KxcGL::create
-    INT32 width, height;         ///< of the frame that the device renders, in pixels
-    INT32 infoFlags1;            ///< 1
-    UINT32 capabilityMask, capabilityMask2;
-    INT32 infoFlags2; ///< 1
-    INT32 infoValue;  ///< 0
-    INT32 priority;   ///< the highest is chosen for device id 0
+    KxcUINT32 deviceId;          ///< for KxcGL::create
+    KxcINT32 width, height;      ///< of the frame that the device renders, in pixels
+    KxcINT32 infoFlags1;         ///< 1
+    KxcUINT32 capabilityMask, capabilityMask2;
+    KxcINT32 infoFlags2; ///< 1
+    KxcINT32 infoValue;  ///< 0
+    KxcINT32 priority;   ///< the highest is chosen for device id 0
     const char* name;
 };
 
 /// Render states, for setStateI and its kin.
-enum KXCGLSTATE : INT32
+enum KXCGLSTATE : KxcINT32
 {
     KXCGLSTATE_CLIPPING = 0,         ///< not 0: triangles are clipped where lighting is off (with it they always are)
     KXCGLSTATE_LIGHTING = 1,         ///< not 0: lights and material give the vertices their colours
@@ -57,7 +57,7 @@ enum KXCGLSTATE : INT32
     KXCGLSTATE_SORTBIAS = 12,        ///< added to every vertex's depth for sorting
     KXCGLSTATE_PERSPECTIVELIMIT = 16 ///< perspective-correct only where the nearest vertex's w is at most this
 };
-enum : INT32
+enum : KxcINT32
 {
     KXCGLSHADE_TEXTURE = 1, ///< the texture as it is
     KXCGLSHADE_FLAT = 2,    ///< one colour a triangle
@@ -94,7 +94,7 @@ enum : INT32
 /// A light, in world space. What is marked as stored is not read by the renderer.
 struct KxcGLLight
 {
-    INT32 type;               ///< a KXCGLLIGHT_ value; any other gives no light
+    KxcINT32 type;            ///< a KXCGLLIGHT_ value; any other gives no light
     KxcFixed colour[3];       ///< red, green, blue; 1.0 is full
     KxcFixed extraColour1[3]; ///< stored
     KxcFixed extraColour2[3]; ///< stored
@@ -107,32 +107,32 @@ struct KxcGLLight
 
 struct KxcGLMaterial
 {
-    UINT32 diffuse; ///< 0xAARRGGBB; the alpha is the vertices'
-    UINT32 extra;   ///< stored
-    UINT32 ambient; ///< 0x00RRGGBB, like the next
-    UINT32 emissive;
-    UINT32 extra2; ///< stored
+    KxcUINT32 diffuse; ///< 0xAARRGGBB; the alpha is the vertices'
+    KxcUINT32 extra;   ///< stored
+    KxcUINT32 ambient; ///< 0x00RRGGBB, like the next
+    KxcUINT32 emissive;
+    KxcUINT32 extra2; ///< stored
 };
 
 /// Where on the render target the view goes, in pixels.
 struct KxcGLViewport
 {
-    INT32 x, y, width, height;
-    INT32 extra1, extra2; ///< stored
+    KxcINT32 x, y, width, height;
+    KxcINT32 extra1, extra2; ///< stored
 };
 
 /// What a custom item's callback gets: where the vertex is on the screen, and its colour.
 struct KxcGLCustomItem
 {
     KxcFixed x, y, z, w;
-    UINT32 color; ///< 0xAARRGGBB
+    KxcUINT32 color; ///< 0xAARRGGBB
 };
 
 /// Draws a game's own items at their place in the depth order.
 class KXC_API KxcGLCustomRenderCallback
 {
 public:
-    virtual void render(const KxcGLCustomItem* item, INT32 data) = 0;
+    virtual void render(const KxcGLCustomItem* item, KxcINT32 data) = 0;
 
 protected:
     ~KxcGLCustomRenderCallback() = default;
@@ -150,72 +150,76 @@ public:
     /// @param deviceId  0: the variant of the highest priority; 1: the newest of priority 0; else KxcGLDeviceInfo's
     /// @param flags     KXCGLCREATE_ bits
     /// @return null when there is a device already or none could be made
-    static KxcGL* create(UINT32 deviceId, UINT32 flags);
+    static KxcGL* create(KxcUINT32 deviceId, KxcUINT32 flags);
     ~KxcGL();
     /// Replaces the device by another. @return 1, or 0, where the old one is gone all the same
-    INT32 recreate(UINT32 deviceId, UINT32 flags);
+    KxcINT32 recreate(KxcUINT32 deviceId, KxcUINT32 flags);
 
     static const KxcGLDeviceInfo* getDeviceInfo();        ///< the newest variant; the others follow it
     static const KxcGLDeviceInfo* getCurrentDeviceInfo(); ///< of the device made last; null when that failed
 
-    INT32 beginRender(); ///< starts a frame
-    INT32 endRender();   ///< sorts and draws it
+    KxcINT32 beginRender(); ///< starts a frame
+    KxcINT32 endRender();   ///< sorts and draws it
 
-    INT32 clear(INT32 color, KxcFixed depth, INT32 flags); ///< the whole render target. @param color  0x00RRGGBB
+    KxcINT32 clear(KxcINT32 color, KxcFixed depth,
+                   KxcINT32 flags); ///< the whole render target. @param color  0x00RRGGBB
     /// Draws into another surface from now on; null for the device's own picture.
     /// @return 0, and nothing changes, unless it is a 55X5 surface of even width
-    INT32 setRenderTarget(KxcGLSurface* surface);
+    KxcINT32 setRenderTarget(KxcGLSurface* surface);
     KxcGLSurface* getSecondary(); ///< the render target
     /// Two pointers kept for the application.
-    INT32 setPalette(unsigned char* first, unsigned char* second);
-    INT32 getPalette(unsigned char** first, unsigned char** second); ///< -2 when one that is asked for was never set
+    KxcINT32 setPalette(unsigned char* first, unsigned char* second);
+    KxcINT32 getPalette(unsigned char** first, unsigned char** second); ///< -2 when one that is asked for was never set
 
     // --- state: takes effect for what is rendered after the change ---
-    INT32 setStateI(INT32 state, INT32 value); ///< @param state  a KXCGLSTATE_ value; -2 for values it does not take
-    INT32 setStateF(INT32 state, KxcFixed value);
-    INT32 getStateI(INT32 state, INT32& value);
-    INT32 getStateF(INT32 state, KxcFixed& value);
+    KxcINT32 setStateI(KxcINT32 state,
+                       KxcINT32 value); ///< @param state  a KXCGLSTATE_ value; -2 for values it does not take
+    KxcINT32 setStateF(KxcINT32 state, KxcFixed value);
+    KxcINT32 getStateI(KxcINT32 state, KxcINT32& value);
+    KxcINT32 getStateF(KxcINT32 state, KxcFixed& value);
     /// 0 when the factors form a pair that can be drawn: (ONE, ZERO), (SOURCEALPHA, INVSOURCEALPHA), (ONE, ONE) or
     /// (ZERO, INVSOURCECOLOR).
-    INT32 validateBlendMode(INT32 source, INT32 destination);
-    INT32 setMatrix(INT32 matrix, const KxcMatrix4& m); ///< @param matrix  a KXCGLMATRIX_ value
-    INT32 getMatrix(INT32 matrix, KxcMatrix4& m);
-    INT32 setLight(INT32 index, const KxcGLLight& light); ///< @param index  0 to 7
-    INT32 getLight(INT32 index, KxcGLLight& light);
-    INT32 enableLight(INT32 index, INT32 enable); ///< 1 enables, anything else disables
-    INT32 setMaterial(const KxcGLMaterial& material);
-    INT32 getMaterial(KxcGLMaterial& material);
-    INT32 setViewport(const KxcGLViewport& viewport); ///< has no default: set it before the first primitive
-    INT32 getViewport(KxcGLViewport& viewport);
-    INT32 setTexture(KxcGLTexture* texture); ///< null for none; it stays the game's
+    KxcINT32 validateBlendMode(KxcINT32 source, KxcINT32 destination);
+    KxcINT32 setMatrix(KxcINT32 matrix, const KxcMatrix4& m); ///< @param matrix  a KXCGLMATRIX_ value
+    KxcINT32 getMatrix(KxcINT32 matrix, KxcMatrix4& m);
+    KxcINT32 setLight(KxcINT32 index, const KxcGLLight& light); ///< @param index  0 to 7
+    KxcINT32 getLight(KxcINT32 index, KxcGLLight& light);
+    KxcINT32 enableLight(KxcINT32 index, KxcINT32 enable); ///< 1 enables, anything else disables
+    KxcINT32 setMaterial(const KxcGLMaterial& material);
+    KxcINT32 getMaterial(KxcGLMaterial& material);
+    KxcINT32 setViewport(const KxcGLViewport& viewport); ///< has no default: set it before the first primitive
+    KxcINT32 getViewport(KxcGLViewport& viewport);
+    KxcINT32 setTexture(KxcGLTexture* texture); ///< null for none; it stays the game's
     KxcGLTexture* getTexture();
-    INT32 setCustomCallback(KxcGLCustomRenderCallback* callback); ///< for custom items; it stays the game's
-    INT32 setCustomCallbackData(INT32 data);
+    KxcINT32 setCustomCallback(KxcGLCustomRenderCallback* callback); ///< for custom items; it stays the game's
+    KxcINT32 setCustomCallbackData(KxcINT32 data);
 
     // --- primitives ---
     /// Queues the triangles of count vertices from first on; vertices min to max, all that are used, are transformed.
     /// @param type  a KXCGLPRIMITIVE_ value @param info  one record a triangle, or null
     /// @return 0 also when nothing is visible; triangles with vertices outside min to max are left out
-    INT32 renderPrimitive(KxcGLVertexBuffer* buffer, INT32 type, INT32 first, INT32 count, INT32 min, INT32 max,
-                          KxcGLTriangleInfoBuffer* info);
+    KxcINT32 renderPrimitive(KxcGLVertexBuffer* buffer, KxcINT32 type, KxcINT32 first, KxcINT32 count, KxcINT32 min,
+                             KxcINT32 max, KxcGLTriangleInfoBuffer* info);
     /// The same for vertices base + indices[0] to base + indices[count - 1].
-    INT32 renderPrimitiveIndexed(KxcGLVertexBuffer* buffer, INT32 type, INT32 base, const UINT16* indices, INT32 count,
-                                 INT32 min, INT32 max, KxcGLTriangleInfoBuffer* info);
-    INT32 processVertices(KxcGLVertexBuffer& source, KxcGLVertexBuffer& target, INT32 first, INT32 count); ///< -1
+    KxcINT32 renderPrimitiveIndexed(KxcGLVertexBuffer* buffer, KxcINT32 type, KxcINT32 base, const KxcUINT16* indices,
+                                    KxcINT32 count, KxcINT32 min, KxcINT32 max, KxcGLTriangleInfoBuffer* info);
+    KxcINT32 processVertices(KxcGLVertexBuffer& source, KxcGLVertexBuffer& target, KxcINT32 first,
+                             KxcINT32 count); ///< -1
 
     // --- sprites: rectangles of the texture, sorted like triangles ---
     /// On the screen, centred at pixel (x, y). @param matrix  turns and scales the corners first; may be null
-    INT32 drawSprite2d(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
-                       KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, UINT32 color);
+    KxcINT32 drawSprite2d(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
+                          KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, KxcUINT32 color);
     /// The same with (x, y) as the top left corner.
-    INT32 drawSprite2d2(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
-                        KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, UINT32 color);
+    KxcINT32 drawSprite2d2(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
+                           KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, KxcUINT32 color);
     /// In object space, through the matrices.
-    INT32 drawSprite3d(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
-                       KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, UINT32 color);
+    KxcINT32 drawSprite3d(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
+                          KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, KxcUINT32 color);
     /// The same, turned to face the camera.
-    INT32 drawSprite3dBillboard(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
-                                KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, UINT32 color);
+    KxcINT32 drawSprite3dBillboard(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left,
+                                   KxcFixed top, KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix,
+                                   KxcUINT32 color);
 
     KxcGL(const KxcGL&) = delete;
     KxcGL& operator=(const KxcGL&) = delete;

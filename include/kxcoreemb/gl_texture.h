@@ -10,7 +10,7 @@
 class KxcGLComplexSurfaceResource;
 
 /// Creation flags of textures.
-enum KXCTEXTURE : INT32
+enum KXCTEXTURE : KxcINT32
 {
     KXCTEXTURE_RESIDENT = 1,      ///< the levels are never evicted
     KXCTEXTURE_POINTMIP = 0x100,  ///< make smaller levels by taking every second texel
@@ -25,28 +25,28 @@ enum KXCTEXTURE : INT32
 class KXC_API KxcGLTextureBuilder
 {
 public:
-    virtual INT32 getSurfaceCount() = 0;
-    virtual void getSurfaceParams(INT32 level, INT32& width, INT32& height, INT32& format) = 0;
+    virtual KxcINT32 getSurfaceCount() = 0;
+    virtual void getSurfaceParams(KxcINT32 level, KxcINT32& width, KxcINT32& height, KxcINT32& format) = 0;
     /// Writes the texels of a level, rows without gaps, a palette before them. Called for one level after another;
     /// those before it can be locked through the resource. @return not 0 on success
-    virtual INT32 fillSurface(INT32 level, void* texels, KxcGLComplexSurfaceResource* resource) = 0;
+    virtual KxcINT32 fillSurface(KxcINT32 level, void* texels, KxcGLComplexSurfaceResource* resource) = 0;
     virtual ~KxcGLTextureBuilder();
     /// Whether another builder of this kind makes the same texels.
-    virtual INT32 sameClassEquals(KxcGLTextureBuilder* other) = 0;
+    virtual KxcINT32 sameClassEquals(KxcGLTextureBuilder* other) = 0;
 
     /// Whether textures of the two builders may share their levels.
     bool equals(KxcGLTextureBuilder* other);
-    INT32 getKind() const { return m_kind; }
-    INT32 getFlags() const { return m_flags; }
+    KxcINT32 getKind() const { return m_kind; }
+    KxcINT32 getFlags() const { return m_flags; }
 
     KxcGLTextureBuilder(const KxcGLTextureBuilder&) = delete;
     KxcGLTextureBuilder& operator=(const KxcGLTextureBuilder&) = delete;
 
 protected:
     /// @param kind   one number for each derived class; 1 is KxcGLTextureFromFile's @param flags  KXCTEXTURE_ bits
-    KxcGLTextureBuilder(INT32 kind, INT32 flags) : m_kind(kind), m_flags(flags) {}
+    KxcGLTextureBuilder(KxcINT32 kind, KxcINT32 flags) : m_kind(kind), m_flags(flags) {}
 
-    INT32 m_kind, m_flags;
+    KxcINT32 m_kind, m_flags;
 };
 
 /// The levels of one texture, or of several that share them, in memory that the resource manager may reclaim.
@@ -56,30 +56,30 @@ public:
     ~KxcGLComplexSurfaceResource() override;
     /// Opens a level until as many unlock() calls; levels are loaded first if need be.
     /// @return null for a level that does not exist or cannot be loaded
-    KxcGLSurface* lock(INT32 level);
-    INT32 unlock(INT32 level); ///< 0 for one that is not locked
-    INT32 getSurfaceCount() const { return m_count; }
-    INT32 getSurfaceFormat() const; ///< of level 0
+    KxcGLSurface* lock(KxcINT32 level);
+    KxcINT32 unlock(KxcINT32 level); ///< 0 for one that is not locked
+    KxcINT32 getSurfaceCount() const { return m_count; }
+    KxcINT32 getSurfaceFormat() const; ///< of level 0
 
-    INT32 callback(void* data) override; ///< has the builder fill all levels
+    KxcINT32 callback(void* data) override; ///< has the builder fill all levels
 
 private:
     friend class KxcGLTexture;
     struct Level
     {
         KxcGLSurface* surface; // owned; without pixels while it is not locked
-        UINT32 offset;         // in bytes
-        INT32 locks;
+        KxcUINT32 offset;      // in bytes
+        KxcINT32 locks;
     };
-    static KxcGLComplexSurfaceResource* create(KxcGLTextureBuilder* builder, INT32 flags);
+    static KxcGLComplexSurfaceResource* create(KxcGLTextureBuilder* builder, KxcINT32 flags);
     KxcGLComplexSurfaceResource() = default;
-    bool init(KxcGLTextureBuilder* builder, INT32 flags);
+    bool init(KxcGLTextureBuilder* builder, KxcINT32 flags);
 
     KxcGLTextureBuilder* m_builder = nullptr; // a sharing texture's
-    INT32 m_sharers = 1;                      // textures
-    INT32 m_count = 0;
+    KxcINT32 m_sharers = 1;                   // textures
+    KxcINT32 m_count = 0;
     Level* m_levels = nullptr; // owned
-    INT32 m_locks = 0;         // of all levels
+    KxcINT32 m_locks = 0;      // of all levels
     char* m_memory = nullptr;  // while there are locks
 };
 
@@ -97,24 +97,24 @@ class KXC_API KxcGLTexture
 public:
     /// @param builder  the texture's from then on; still the caller's where this returns null
     /// @param flags    KXCTEXTURE_ bits; KXCTEXTURE_UNSHARED, KXCTEXTURE_LAZY and KXCTEXTURE_RESIDENT count
-    static KxcGLTexture* create(KxcGLTextureBuilder* builder, INT32 flags);
+    static KxcGLTexture* create(KxcGLTextureBuilder* builder, KxcINT32 flags);
     virtual ~KxcGLTexture();
 
     /// Opens a level until unlock(); its texels may be read and written, but are lost when they are evicted.
     /// @return null for a level that does not exist or cannot be loaded
-    KxcGLSurface* lock(INT32 level);
-    INT32 unlock(INT32 level); ///< 0 for one that is not locked
-    void preload();            ///< loads the levels now
+    KxcGLSurface* lock(KxcINT32 level);
+    KxcINT32 unlock(KxcINT32 level); ///< 0 for one that is not locked
+    void preload();                  ///< loads the levels now
 
-    INT32 getSurfaceCount() const;
-    INT32 getSurfaceFormat() const; ///< of level 0
-    INT32 getTexelFormat() const { return m_texelFormat; }
-    INT32 getPrimarySurfaceWidth() const { return m_width; }
-    INT32 getPrimarySurfaceHeight() const { return m_height; }
+    KxcINT32 getSurfaceCount() const;
+    KxcINT32 getSurfaceFormat() const; ///< of level 0
+    KxcINT32 getTexelFormat() const { return m_texelFormat; }
+    KxcINT32 getPrimarySurfaceWidth() const { return m_width; }
+    KxcINT32 getPrimarySurfaceHeight() const { return m_height; }
     KxcGLTextureBuilder* getBuilder() const { return m_builder; }
     KxcGLTexture* getNext() const { return m_next; } ///< the next older texture
-    INT32 getGLData() const { return m_glData; }     ///< a word for the device; 0 when the device goes
-    void setGLData(INT32 data) { m_glData = data; }
+    KxcINT32 getGLData() const { return m_glData; }  ///< a word for the device; 0 when the device goes
+    void setGLData(KxcINT32 data) { m_glData = data; }
 
     // Write the level below the source's, half as wide and high, rows without gaps. Nothing where the source has
     // no pixels or another format.
@@ -129,12 +129,12 @@ public:
 
 private:
     KxcGLTexture() = default;
-    bool init(KxcGLTextureBuilder* builder, INT32 flags);
+    bool init(KxcGLTextureBuilder* builder, KxcINT32 flags);
 
     KxcGLTextureBuilder* m_builder = nullptr;          // owned
     KxcGLComplexSurfaceResource* m_resource = nullptr; // owned together with its other sharers
     KxcGLTexture* m_next = nullptr;
-    INT32 m_width = 0, m_height = 0, m_texelFormat = 0, m_glData = 0;
+    KxcINT32 m_width = 0, m_height = 0, m_texelFormat = 0, m_glData = 0;
 };
 
 /// Builds a texture from an image file: level 0 is the image, the smaller levels are made from it.
@@ -145,20 +145,20 @@ public:
     /// first one holds for all.
     /// @param name      as for KxcFile::open @param flags  KXCTEXTURE_ bits @param colorKey  0x00RRGGBB
     /// @return null where there is no such image, its sides cannot be drawn, or memory runs out
-    static KxcGLTexture* create(const char* name, INT32 flags, UINT32 colorKey);
+    static KxcGLTexture* create(const char* name, KxcINT32 flags, KxcUINT32 colorKey);
     ~KxcGLTextureFromFile() override;
     /// Fills in size, format and the number of levels from the file, and corrects the flags.
     static void loadTextureInfo(KxcGLTextureFromFile* builder);
 
-    INT32 getSurfaceCount() override;
-    void getSurfaceParams(INT32 level, INT32& width, INT32& height, INT32& format) override;
-    INT32 fillSurface(INT32 level, void* texels, KxcGLComplexSurfaceResource* resource) override;
-    INT32 sameClassEquals(KxcGLTextureBuilder* other) override;
+    KxcINT32 getSurfaceCount() override;
+    void getSurfaceParams(KxcINT32 level, KxcINT32& width, KxcINT32& height, KxcINT32& format) override;
+    KxcINT32 fillSurface(KxcINT32 level, void* texels, KxcGLComplexSurfaceResource* resource) override;
+    KxcINT32 sameClassEquals(KxcGLTextureBuilder* other) override;
 
 private:
-    KxcGLTextureFromFile(INT32 flags, UINT32 colorKey);
+    KxcGLTextureFromFile(KxcINT32 flags, KxcUINT32 colorKey);
 
     char* m_name = nullptr; // owned
-    INT32 m_width = 0, m_height = 0, m_levels = 0, m_format = 0;
-    UINT32 m_colorKey;
+    KxcINT32 m_width = 0, m_height = 0, m_levels = 0, m_format = 0;
+    KxcUINT32 m_colorKey;
 };

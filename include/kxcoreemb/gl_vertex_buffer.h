@@ -4,7 +4,7 @@
 #include <kxcoreemb/fixed.h>
 
 /// What a vertex holds, in this order: each component follows the one before it without a gap.
-enum KXCGLVERTEX : INT32
+enum KXCGLVERTEX : KxcINT32
 {
     KXCGLVERTEX_POSITION = 0x1,     ///< x, y, z
     KXCGLVERTEX_RECIPROCALW = 0x2,  ///< one number; x and y are pixels of the screen, nothing is transformed or lit
@@ -28,34 +28,34 @@ public:
     /// @param flags   KXCGLVERTEX_ bits
     /// @param stride  bytes from vertex to vertex, at least the sum of the components
     /// @return null when the stride is too small, the count negative, or memory runs out
-    static KxcGLVertexBuffer* create(INT32 flags, INT32 stride, INT32 count);
+    static KxcGLVertexBuffer* create(KxcINT32 flags, KxcINT32 stride, KxcINT32 count);
     virtual ~KxcGLVertexBuffer();
     KxcGLVertexBuffer(const KxcGLVertexBuffer&) = delete;
     KxcGLVertexBuffer& operator=(const KxcGLVertexBuffer&) = delete;
 
-    void* lock(INT32 flags); ///< the vertices, to be filled; null once the buffer is optimised
-    INT32 unlock();          ///< 0
+    void* lock(KxcINT32 flags); ///< the vertices, to be filled; null once the buffer is optimised
+    KxcINT32 unlock();          ///< 0
     /// Sorts the components into arrays of their own, which are read faster. Once; no lock() after it.
-    INT32 optimize(); ///< 0, or -4 when memory runs out, where the buffer stays as it was
+    KxcINT32 optimize(); ///< 0, or -4 when memory runs out, where the buffer stays as it was
 
-    INT32 getFlags() const { return m_flags; }
-    INT32 getVertexStride() const { return m_stride; }
-    INT32 getNumVertices() const { return m_count; }
-    INT32 isValid() const { return 1; }
+    KxcINT32 getFlags() const { return m_flags; }
+    KxcINT32 getVertexStride() const { return m_stride; }
+    KxcINT32 getNumVertices() const { return m_count; }
+    KxcINT32 isValid() const { return 1; }
 
     /// Where a component lies in a vertex, in bytes; -1 where the format lacks it.
-    INT32 offsetOf(KXCGLVERTEX component) const;
+    KxcINT32 offsetOf(KXCGLVERTEX component) const;
 
     /// One component of all vertices, wherever it is kept.
     struct Stream
     {
-        const UINT8* first; ///< null where the format lacks it
-        ptrdiff_t stride;   ///< in bytes
+        const KxcUINT8* first; ///< null where the format lacks it
+        ptrdiff_t stride;      ///< in bytes
     };
     Stream stream(KXCGLVERTEX component) const;
 
 private:
-    static constexpr INT32 kComponents = 10;
+    static constexpr KxcINT32 kComponents = 10;
     enum
     {
         kPositions,
@@ -66,17 +66,17 @@ private:
     };
 
     KxcGLVertexBuffer() = default;
-    INT32 init(INT32 flags, INT32 stride, INT32 count);
+    KxcINT32 init(KxcINT32 flags, KxcINT32 stride, KxcINT32 count);
 
-    INT32 m_flags = 0, m_stride = 0, m_count = 0;
-    UINT8* m_vertices = nullptr;   // owned, until the buffer is optimised
-    UINT8* m_arrays[kArrays] = {}; // owned, from then on
-    INT32 m_optimized = 0;
-    INT32 m_offsets[kComponents] = {}; // by bit
+    KxcINT32 m_flags = 0, m_stride = 0, m_count = 0;
+    KxcUINT8* m_vertices = nullptr;   // owned, until the buffer is optimised
+    KxcUINT8* m_arrays[kArrays] = {}; // owned, from then on
+    KxcINT32 m_optimized = 0;
+    KxcINT32 m_offsets[kComponents] = {}; // by bit
 };
 
 /// What a record of a KxcGLTriangleInfoBuffer holds, in this order.
-enum KXCGLTRIANGLEINFO : UINT32
+enum KXCGLTRIANGLEINFO : KxcUINT32
 {
     KXCGLTRIANGLEINFO_COLORS = 0x1,  ///< of the three vertices, 0xAARRGGBB
     KXCGLTRIANGLEINFO_SECOND = 0x2,  ///< three words, stored only
@@ -88,7 +88,7 @@ class KXC_API KxcGLTriangleInfoBuffer
 {
 public:
     /// @return null when the stride is too small for the fields, the count negative, or memory runs out
-    static KxcGLTriangleInfoBuffer* create(UINT32 flags, INT32 stride, INT32 count);
+    static KxcGLTriangleInfoBuffer* create(KxcUINT32 flags, KxcINT32 stride, KxcINT32 count);
     ~KxcGLTriangleInfoBuffer();
     KxcGLTriangleInfoBuffer(const KxcGLTriangleInfoBuffer&) = delete;
     KxcGLTriangleInfoBuffer& operator=(const KxcGLTriangleInfoBuffer&) = delete;
@@ -96,15 +96,15 @@ public:
     void* lock() { return m_records; }
     void unlock() {}
 
-    INT32 getCount() const { return m_count; }
+    KxcINT32 getCount() const { return m_count; }
     /// A field of a record; null where the format or the buffer lacks it.
-    const UINT8* field(INT32 record, KXCGLTRIANGLEINFO component) const;
+    const KxcUINT8* field(KxcINT32 record, KXCGLTRIANGLEINFO component) const;
 
 private:
     KxcGLTriangleInfoBuffer() = default;
 
-    INT32 m_stride = 0, m_count = 0;
-    UINT32 m_flags = 0;
-    UINT32 m_colorOffset = 0, m_secondOffset = 0, m_textureOffset = 0; // 0xFFFFFFFF where there is none
-    UINT8* m_records = nullptr;                                        // owned
+    KxcINT32 m_stride = 0, m_count = 0;
+    KxcUINT32 m_flags = 0;
+    KxcUINT32 m_colorOffset = 0, m_secondOffset = 0, m_textureOffset = 0; // 0xFFFFFFFF where there is none
+    KxcUINT8* m_records = nullptr;                                        // owned
 };

@@ -18,30 +18,32 @@ class KXC_API KxcImageLoader
 public:
     virtual ~KxcImageLoader();
     /// Not 0 when this filter reads the file.
-    virtual INT32 validateImage(char const* name, KxcFile* file) = 0;
+    virtual KxcINT32 validateImage(char const* name, KxcFile* file) = 0;
     /// Size in pixels and kind; 0 where the image is not one that this filter reads. Every pointer may be null.
-    virtual void getImageInfo(char const* name, KxcFile* file, INT32* width, INT32* height, INT32* hasAlpha,
-                              INT32* isPaletted) = 0;
+    virtual void getImageInfo(char const* name, KxcFile* file, KxcINT32* width, KxcINT32* height, KxcINT32* hasAlpha,
+                              KxcINT32* isPaletted) = 0;
     /// The pixels in 8888, top row first. The base class makes them from getImagePaletted.
-    virtual UINT32* getImage8888(char const* name, KxcFile* file);
+    virtual KxcUINT32* getImage8888(char const* name, KxcFile* file);
     /// 256 entries of red, green and blue bytes, and an index for each pixel; both null where there is no palette.
     virtual void getImagePaletted(char const* name, KxcFile* file, unsigned char** palette, unsigned char** indices);
 
-    static void loadImageInfo(char const* name, INT32* width, INT32* height, INT32* hasAlpha, INT32* isPaletted);
-    static UINT32* loadImage8888(char const* name);
+    static void loadImageInfo(char const* name, KxcINT32* width, KxcINT32* height, KxcINT32* hasAlpha,
+                              KxcINT32* isPaletted);
+    static KxcUINT32* loadImage8888(char const* name);
     static void loadImagePaletted(char const* name, unsigned char** palette, unsigned char** indices);
     /// A new surface. @param format  0: KXCSURFACEFORMAT_5515 for images with alpha, else KXCSURFACEFORMAT_55X5
-    static KxcGLSurface* load(char const* name, INT32 format);
+    static KxcGLSurface* load(char const* name, KxcINT32 format);
     /// Fills the caller's pixels. @param pitch  bytes from row to row @param format as for load @return 1 on success
-    static INT32 loadImageToBuffer(char const* name, void* buffer, INT32 pitch, INT32 format);
+    static KxcINT32 loadImageToBuffer(char const* name, void* buffer, KxcINT32 pitch, KxcINT32 format);
 
 protected:
     KxcImageLoader() = default;
     /// Puts a filter before all others; the core owns it from then on.
     static void registerImageLoader(KxcImageLoader* loader);
     /// Decodes an image into pixels and closes the file, whatever happens. @return 1 on success
-    static INT32 doLoadImage(char const* name, KxcImageLoader* filter, KxcFile* file, INT32 format, INT32 width,
-                             INT32 height, INT32 hasAlpha, INT32 isPaletted, INT32 pitch, void* pixels);
+    static KxcINT32 doLoadImage(char const* name, KxcImageLoader* filter, KxcFile* file, KxcINT32 format,
+                                KxcINT32 width, KxcINT32 height, KxcINT32 hasAlpha, KxcINT32 isPaletted, KxcINT32 pitch,
+                                void* pixels);
 
 private:
     friend void kxcImageLoadersFree();
@@ -56,10 +58,10 @@ class KXC_API KxcImageLoadFilterTGA : public KxcImageLoader
 {
 public:
     KxcImageLoadFilterTGA();
-    INT32 validateImage(char const* name, KxcFile* file) override;
-    void getImageInfo(char const* name, KxcFile* file, INT32* width, INT32* height, INT32* hasAlpha,
-                      INT32* isPaletted) override;
-    UINT32* getImage8888(char const* name, KxcFile* file) override;
+    KxcINT32 validateImage(char const* name, KxcFile* file) override;
+    void getImageInfo(char const* name, KxcFile* file, KxcINT32* width, KxcINT32* height, KxcINT32* hasAlpha,
+                      KxcINT32* isPaletted) override;
+    KxcUINT32* getImage8888(char const* name, KxcFile* file) override;
     void getImagePaletted(char const* name, KxcFile* file, unsigned char** palette, unsigned char** indices) override;
 };
 
@@ -68,9 +70,9 @@ class KXC_API KxcImageLoadFilterPCX : public KxcImageLoader
 {
 public:
     KxcImageLoadFilterPCX();
-    INT32 validateImage(char const* name, KxcFile* file) override;
-    void getImageInfo(char const* name, KxcFile* file, INT32* width, INT32* height, INT32* hasAlpha,
-                      INT32* isPaletted) override;
+    KxcINT32 validateImage(char const* name, KxcFile* file) override;
+    void getImageInfo(char const* name, KxcFile* file, KxcINT32* width, KxcINT32* height, KxcINT32* hasAlpha,
+                      KxcINT32* isPaletted) override;
     void getImagePaletted(char const* name, KxcFile* file, unsigned char** palette, unsigned char** indices) override;
 };
 
@@ -86,14 +88,14 @@ class KXC_API KxcGLResourceSurface : public KxcGLSurface
 public:
     /// @param format         as for KxcGLSurface::create @param resourceFlags as for KxcResourceManager::createResource
     /// @return null without a name, an image of that name, or memory
-    static KxcGLResourceSurface* create(char const* name, INT32 format, INT32 resourceFlags);
+    static KxcGLResourceSurface* create(char const* name, KxcINT32 format, KxcINT32 resourceFlags);
     ~KxcGLResourceSurface() override;
-    INT32 lock(void** pixels, INT32 format, INT32 flags) override;
+    KxcINT32 lock(void** pixels, KxcINT32 format, KxcINT32 flags) override;
     void unlock() override;
 
 protected:
     KxcGLResourceSurface();
-    INT32 init(char const* name, INT32 format, INT32 resourceFlags);
+    KxcINT32 init(char const* name, KxcINT32 format, KxcINT32 resourceFlags);
 
 private:
     KxcImageResource* m_resource;

@@ -17,11 +17,11 @@ class KXC_API KxcClientInetCommWinPriHelp final : public KxcPriorityHelp
 public:
     void increase(void* item) override;
     void decrease(void* item) override;
-    INT32 priorityCheck(const void* a, const void* b) override;
+    KxcINT32 priorityCheck(const void* a, const void* b) override;
 };
 
 /// How KxcInetClientWin::changePacketCreator fills datagrams.
-enum KXCCREATOR : INT32
+enum KXCCREATOR : KxcINT32
 {
     KXCCREATOR_SINGLE = 0, ///< one message in each
     KXCCREATOR_MANY = 1,   ///< as many as fit
@@ -41,24 +41,24 @@ public:
     /// @param sendCapacity, receiveCapacity  bytes of the largest datagram, header included; beyond 1500 networks may
     ///        split them, beyond 65507 none is carried
     /// @return null when a capacity is too small for a message or memory runs out
-    static KxcInetHandler* create(UINT16 port, INT32 sendCapacity, INT32 receiveCapacity);
-    static KxcInetHandler* create(INT32 sendCapacity, INT32 receiveCapacity);
+    static KxcInetHandler* create(KxcUINT16 port, KxcINT32 sendCapacity, KxcINT32 receiveCapacity);
+    static KxcInetHandler* create(KxcINT32 sendCapacity, KxcINT32 receiveCapacity);
     ~KxcInetHandler() override;
 
     void openService(); ///< getLastError() is KXCCOMMERROR_NOSERVICE when that failed
     void closeService() override;
-    void setPort(UINT16 port); ///< for the next openService()
-    UINT16 getPort() const;    ///< where the open service is bound; while closed, the port it will ask for
+    void setPort(KxcUINT16 port); ///< for the next openService()
+    KxcUINT16 getPort() const;    ///< where the open service is bound; while closed, the port it will ask for
 
-    INT32 outgoing() override;
-    INT32 incoming() override;
+    KxcINT32 outgoing() override;
+    KxcINT32 incoming() override;
     void checkActivity() override;
     void unknownSender(const KxcAddress* sender, KxcObjectPacketBase* packet) override;
 
 protected:
     KxcInetHandler();
-    INT32 init(UINT16 port, INT32 sendCapacity, INT32 receiveCapacity);
-    void countNextPacketTime(INT32 bytes);      ///< the pause after a datagram of so many bytes
+    KxcINT32 init(KxcUINT16 port, KxcINT32 sendCapacity, KxcINT32 receiveCapacity);
+    void countNextPacketTime(KxcINT32 bytes);   ///< the pause after a datagram of so many bytes
     void changeUdpEngine(KxcUdpEngine* engine); ///< takes over the engine and destroys the former one; ignores null
 
 private:
@@ -67,12 +67,12 @@ private:
 
     KxcClientInetCommWinPriHelp priorityHelp;
     KxcInetClientWin** sendQueue; // owned: those to visit, as many as the table holds
-    INT32 sendQueueCapacity;
-    INT32 packetIntervalMs, lastSentMs;
+    KxcINT32 sendQueueCapacity;
+    KxcINT32 packetIntervalMs, lastSentMs;
     KxcInetAddress localAddress;
-    INT32 sendCapacity, receiveCapacity;
+    KxcINT32 sendCapacity, receiveCapacity;
     KxcUdpEngine *engine, *replaced; // owned
-    INT32 steps;                     // calls that are under way
+    KxcINT32 steps;                  // calls that are under way
 };
 
 /// A peer on the Internet, known by its address and port.
@@ -82,31 +82,31 @@ public:
     /// @param host  a name, which may take seconds to look up, or an address in dotted form
     /// @param maxFrames, frameSize  how many messages may be under way, and the largest one's bytes plus 4
     /// @return null when the host is not known, the frame size is below 4, or memory runs out
-    static KxcInetClientWin* create(const char* host, UINT16 port, INT32 maxFrames, INT32 frameSize);
-    static KxcInetClientWin* create(INT32 maxFrames, INT32 frameSize); ///< its address comes with setAddress()
+    static KxcInetClientWin* create(const char* host, KxcUINT16 port, KxcINT32 maxFrames, KxcINT32 frameSize);
+    static KxcInetClientWin* create(KxcINT32 maxFrames, KxcINT32 frameSize); ///< its address comes with setAddress()
     ~KxcInetClientWin() override;
 
-    KxcObjectDataFrame* getPacketFrame(INT32 slot) override;
-    KxcObjectDataFrame* getRecentStateFrame(INT32 id) override;
-    void removeRecentStateFrame(INT32 id) override;
-    INT32 incoming(KxcObjectPacketBase& packet) override;
-    INT32 outgoing(KxcObjectPacketBase& packet) override;
-    INT32 bandwidthCheck() override;
-    INT32 isClientActive() override;
-    INT32 testAddress(const KxcAddress& other) override;
+    KxcObjectDataFrame* getPacketFrame(KxcINT32 slot) override;
+    KxcObjectDataFrame* getRecentStateFrame(KxcINT32 id) override;
+    void removeRecentStateFrame(KxcINT32 id) override;
+    KxcINT32 incoming(KxcObjectPacketBase& packet) override;
+    KxcINT32 outgoing(KxcObjectPacketBase& packet) override;
+    KxcINT32 bandwidthCheck() override;
+    KxcINT32 isClientActive() override;
+    KxcINT32 testAddress(const KxcAddress& other) override;
     void setAddress(const KxcAddress& newAddress) override;
 
-    INT32 getPriority() const { return priority; } ///< the peer with the lowest value is served first
-    void setPriority(INT32 value) { priority = value; }
-    INT32 changePacketCreator(INT32 kind); ///< a KXCCREATOR_ value, 0 at first. @return 1, or -1 for another kind
-    INT32 countHostWindow() const;         ///< datagrams received and not acknowledged yet
-    INT32 countLocalWindow() const;        ///< datagrams sent and not acknowledged yet
-    INT32 getRecvErrorValue() const;       ///< gaps among the datagrams received, in percent
-    INT32 getSendErrorValue() const;       ///< resynchronisations among the datagrams sent, in percent
+    KxcINT32 getPriority() const { return priority; } ///< the peer with the lowest value is served first
+    void setPriority(KxcINT32 value) { priority = value; }
+    KxcINT32 changePacketCreator(KxcINT32 kind); ///< a KXCCREATOR_ value, 0 at first. @return 1, or -1 for another kind
+    KxcINT32 countHostWindow() const;            ///< datagrams received and not acknowledged yet
+    KxcINT32 countLocalWindow() const;           ///< datagrams sent and not acknowledged yet
+    KxcINT32 getRecvErrorValue() const;          ///< gaps among the datagrams received, in percent
+    KxcINT32 getSendErrorValue() const;          ///< resynchronisations among the datagrams sent, in percent
 
 protected:
     KxcInetClientWin();
-    INT32 init(INT32 maxFrames, INT32 frameSize);
+    KxcINT32 init(KxcINT32 maxFrames, KxcINT32 frameSize);
     void clientProtocolManager(); ///< acknowledgements, resynchronisation, upkeep of the frames
 
 private:
@@ -117,29 +117,29 @@ private:
         late
     };
     Arrival classify(const KxcObjectPacketBase& packet) const;
-    void startResync(UINT16 sequence);
-    INT32 createPayload(KxcObjectPacketBase& packet, UINT16 sequence);
-    bool isAbove(UINT16 resyncBase) const;
-    void setLastSent(UINT16 sequence);
+    void startResync(KxcUINT16 sequence);
+    KxcINT32 createPayload(KxcObjectPacketBase& packet, KxcUINT16 sequence);
+    bool isAbove(KxcUINT16 resyncBase) const;
+    void setLastSent(KxcUINT16 sequence);
 
-    INT32 priority;
+    KxcINT32 priority;
     // sending
     KxcObjectFrameStore* frames; // owned
-    INT32 creatorKind, frameClass;
-    INT32 dataStarted, forcedSend, silenceIntervalMs;
-    UINT16 lastSent, lastProcessedAck;
+    KxcINT32 creatorKind, frameClass;
+    KxcINT32 dataStarted, forcedSend, silenceIntervalMs;
+    KxcUINT16 lastSent, lastProcessedAck;
     bool hasWrapped; // lastSent has passed 65535
-    INT32 datagramsSent, resyncsReceived;
+    KxcINT32 datagramsSent, resyncsReceived;
     // round-trip probe
-    INT32 probeStartMs, probePending;
-    UINT16 probeSequence;
+    KxcINT32 probeStartMs, probePending;
+    KxcUINT16 probeSequence;
     // what the peer told
-    UINT16 peerAck, peerResyncBase;
-    INT32 peerResync, ackRequested;
+    KxcUINT16 peerAck, peerResyncBase;
+    KxcINT32 peerResync, ackRequested;
     // receiving
-    UINT16 expected, lastReceived, lastAckSent, resyncBase;
-    INT32 resyncRequest, lastReceivedMs, datagramsReceived, gaps;
+    KxcUINT16 expected, lastReceived, lastAckSent, resyncBase;
+    KxcINT32 resyncRequest, lastReceivedMs, datagramsReceived, gaps;
     bool firstAfterWrapIsDoubtful; // see startResync, like the next
-    UINT16 resyncProof;
+    KxcUINT16 resyncProof;
     KxcInetHostResolver* resolver; // owned; null when created without a host
 };

@@ -32,7 +32,7 @@ public:
     KxcLinkedList& operator=(const KxcLinkedList&) = delete;
 
     /// Appends a copy of the item. @return 1, or 0 when memory runs out
-    INT32 add(const T& item)
+    KxcINT32 add(const T& item)
     {
         Node* node = spare ? takeFrom(spare) : new (std::nothrow) Node;
         if (!node)
@@ -45,7 +45,7 @@ public:
         return 1;
     }
     /// Takes the oldest item out. @return 1, or 0 when the list is empty and `item` stays as it was
-    INT32 removeFirst(T& item)
+    KxcINT32 removeFirst(T& item)
     {
         if (!first)
             return 0;
@@ -67,7 +67,7 @@ public:
         }
     }
     const Node* getFirst() const { return first; } ///< null when the list is empty; Node::next leads on
-    INT32 getCount() const { return count; }
+    KxcINT32 getCount() const { return count; }
 
 private:
     static Node* takeFrom(Node*& chain)
@@ -78,5 +78,5 @@ private:
     }
 
     Node *first, *last, *spare;
-    INT32 count;
+    KxcINT32 count;
 };

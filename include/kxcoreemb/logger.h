@@ -20,7 +20,7 @@ class KXC_API KxcLogger
 {
 public:
     /// What a message is (several may be set: its tag shows the first), and what a mask lets through.
-    enum KXCLOGFLAGS : UINT32
+    enum KXCLOGFLAGS : KxcUINT32
     {
         KXCLOG_INFO = 1,      ///< [I]
         KXCLOG_DATA = 2,      ///< [D]
@@ -34,17 +34,17 @@ public:
 
     static void log(const char* text, KXCLOGFLAGS flags); ///< one line; null writes an empty one
     /// One line with bytes as hexadecimal numbers, each sign-extended to 32 bits.
-    static void log(const char* data, INT32 length, KXCLOGFLAGS flags);
-    static void setMask(UINT32 mask); ///< messages without a flag in it are left out; all are let through at first
-    static UINT32 getMask();
+    static void log(const char* data, KxcINT32 length, KXCLOGFLAGS flags);
+    static void setMask(KxcUINT32 mask); ///< messages without a flag in it are left out; all are let through at first
+    static KxcUINT32 getMask();
     /// Once the file is longer than so many bytes, the thread's next message is replaced by a notice, and nothing is
-    /// logged any more. @param bytes  0, or negative as an INT32 (as at first, -1): no limit
-    static void setFileSizeLimit(UINT32 bytes);
-    static UINT32 getFileSizeLimit();
+    /// logged any more. @param bytes  0, or negative as a KxcINT32 (as at first, -1): no limit
+    static void setFileSizeLimit(KxcUINT32 bytes);
+    static KxcUINT32 getFileSizeLimit();
     static void indent(); ///< two spaces more
     static void undent(); ///< two spaces less, down to none
-    static void setLogLevel(INT32 level);
-    static INT32 getLogLevel(); ///< what setLogLevel stored, for the game's own use; 3 at first
+    static void setLogLevel(KxcINT32 level);
+    static KxcINT32 getLogLevel(); ///< what setLogLevel stored, for the game's own use; 3 at first
 
     static KxcLogger* create(); ///< the core makes the one there is. @return null when memory runs out
     KxcLogger(const KxcLogger&) = delete;
@@ -53,31 +53,31 @@ public:
 protected:
     KxcLogger() = default;
 
-    void doLog(const char* text, INT32 length, bool isData, KXCLOGFLAGS flags);
-    void doSetMask(UINT32 mask);
-    UINT32 doGetMask();
-    void doSetFileSizeLimit(UINT32 bytes);
-    UINT32 doGetFileSizeLimit();
+    void doLog(const char* text, KxcINT32 length, bool isData, KXCLOGFLAGS flags);
+    void doSetMask(KxcUINT32 mask);
+    KxcUINT32 doGetMask();
+    void doSetFileSizeLimit(KxcUINT32 bytes);
+    KxcUINT32 doGetFileSizeLimit();
     void doIndent();
     void doUndent();
-    void doSetLogLevel(INT32 level);
-    INT32 doGetLogLevel();
+    void doSetLogLevel(KxcINT32 level);
+    KxcINT32 doGetLogLevel();
 
-    static constexpr INT32 kThreads = 10;
-    INT32 findThreadNum(); // registers the thread; -1 when there is no place left
-    static void createFileName(char* name, INT32 size);
+    static constexpr KxcINT32 kThreads = 10;
+    KxcINT32 findThreadNum(); // registers the thread; -1 when there is no place left
+    static void createFileName(char* name, KxcINT32 size);
     static void writeTypeInfo(class KxcFile* file);
 
 private:
     struct Log // of one thread
     {
-        INT32 indentation = 0, fileSizeLimit = -1;
-        UINT32 mask = 0xFFFFFFFF;
+        KxcINT32 indentation = 0, fileSizeLimit = -1;
+        KxcUINT32 mask = 0xFFFFFFFF;
         bool started = false, stopped = false;
-        INT32 level = 3;
+        KxcINT32 level = 3;
     };
     Log* find(); // null for an eleventh thread
 
-    std::atomic<UINT32> m_threads[kThreads] = {}; // ids plus one, in the order of their first calls; 0 for none
+    std::atomic<KxcUINT32> m_threads[kThreads] = {}; // ids plus one, in the order of their first calls; 0 for none
     Log m_logs[kThreads];
 };

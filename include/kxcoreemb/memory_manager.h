@@ -18,18 +18,18 @@ class KxcMutex;
 /// Makes the heap of this run, with a pool of so many bytes, once; the core frees it when it is torn down. A pool that
 /// the system cannot give ends the program with a message (KxcCore::systemPanic). @return 1, or 0 without a core or
 /// when there is a heap
-KXC_API INT32 kxcUseMemoryManager(UINT32 bytes);
+KXC_API KxcINT32 kxcUseMemoryManager(KxcUINT32 bytes);
 
 /// The form of KxcMemoryManager::setOwner for allocation macros.
-KXC_API void memmgrsetowner(const char* file, UINT32 line);
+KXC_API void memmgrsetowner(const char* file, KxcUINT32 line);
 
 /// What a debug variant of the heap keeps of each block.
 struct KxcMemoryManagerDebugData
 {
     void* block;
     const char* file; ///< whose owner allocated it
-    INT32 size;       ///< in bytes
-    INT16 line;
+    KxcINT32 size;    ///< in bytes
+    KxcINT16 line;
 };
 
 /// The engine's heap.
@@ -54,89 +54,89 @@ public:
 
     /// @param flags  bit 0: from the top of the pool, else from the bottom
     /// @return at least `size` bytes, undefined; null for a size of 0 and when the pool is exhausted
-    static void* memAlloc(UINT32 size, UINT32 flags);
-    static void* memCalloc(UINT32 count, UINT32 size); ///< zeroed; count x size wraps at 2^32
+    static void* memAlloc(KxcUINT32 size, KxcUINT32 flags);
+    static void* memCalloc(KxcUINT32 count, KxcUINT32 size); ///< zeroed; count x size wraps at 2^32
     /// Gives a block another size, where it is if possible; what it holds moves with it, as far as it fits. A null
     /// block is allocated, a size of 0 frees it. @return the block; null when the pool is exhausted: the old block
     /// stays then
-    static void* memRealloc(void* block, UINT32 size);
+    static void* memRealloc(void* block, KxcUINT32 size);
     /// Blocks outside the pool are taken for KxcCore::allocateSystemMemory's. @return 1; 0 for null and for free blocks
-    static INT32 memFree(void* block);
-    static UINT32 memSize(void* block); ///< the bytes of a block with its header; 0 for null and for free blocks
-    static UINT32 getFreeMemory();      ///< the bytes of all free blocks, but a word for each block, free or not
-    static void coalesceMemory();       ///< merges free blocks that touch each other
-    static INT32 checkIntegrity();      ///< 1 when every free block is in the list of its size
+    static KxcINT32 memFree(void* block);
+    static KxcUINT32 memSize(void* block); ///< the bytes of a block with its header; 0 for null and for free blocks
+    static KxcUINT32 getFreeMemory();      ///< the bytes of all free blocks, but a word for each block, free or not
+    static void coalesceMemory();          ///< merges free blocks that touch each other
+    static KxcINT32 checkIntegrity();      ///< 1 when every free block is in the list of its size
     /// Draws the pool, a pixel for each word: headers cyan, used words red, free words black.
     /// @param width  of the picture, in pixels; 0 for 1024
-    static void saveMemoryMap(UINT32 width);
+    static void saveMemoryMap(KxcUINT32 width);
 
-    static void setOwner(const char* file, UINT32 line); ///< who allocates next; for a debugger to look at
-    static INT32 checkGuardzones();                      ///< 0: this heap has none
-    static void printDebugData();                        ///< no effect, like the next
+    static void setOwner(const char* file, KxcUINT32 line); ///< who allocates next; for a debugger to look at
+    static KxcINT32 checkGuardzones();                      ///< 0: this heap has none
+    static void printDebugData();                           ///< no effect, like the next
     static void debugException(char* format, ...);
 
     /// Takes the pool from the system; at least 16 bytes, at most 2^31 - 4. Panics when it has none.
-    void initialize(UINT32 bytes);
+    void initialize(KxcUINT32 bytes);
     void deInitialize(); ///< gives it back; harmless twice
 
 protected:
-    void* doMemAlloc(UINT32 size, UINT32 flags);
-    void* doMemRealloc(void* block, UINT32 size);
-    INT32 doMemFree(void* block);
-    UINT32 doMemSize(void* block);
-    INT32 doCheckIntegrity();
-    void doSetOwner(const char* file, UINT32 line);
+    void* doMemAlloc(KxcUINT32 size, KxcUINT32 flags);
+    void* doMemRealloc(void* block, KxcUINT32 size);
+    KxcINT32 doMemFree(void* block);
+    KxcUINT32 doMemSize(void* block);
+    KxcINT32 doCheckIntegrity();
+    void doSetOwner(const char* file, KxcUINT32 line);
 
     // What a debug variant keeps beside each block; nothing here.
     void doPrintDebugData() {}
-    INT32 doCheckGuardzones() { return 0; }
-    void addDebugData(void*, UINT32) {}
-    void updateDebugData(void*, void*, UINT32) {}
+    KxcINT32 doCheckGuardzones() { return 0; }
+    void addDebugData(void*, KxcUINT32) {}
+    void updateDebugData(void*, void*, KxcUINT32) {}
     void removeDebugData(void*) {}
     void* findDebugData(void*) { return nullptr; }
-    void addProfileData(UINT32) {}
-    UINT32 calculateChecksum(void*) { return 0; }
+    void addProfileData(KxcUINT32) {}
+    KxcUINT32 calculateChecksum(void*) { return 0; }
 
-    typedef UINT32 Node; // of a list: a block's word number, counted from 1; 0 for none
+    typedef KxcUINT32 Node; // of a list: a block's word number, counted from 1; 0 for none
 
     bool initMemMap();
-    void addFreeNode(UINT32* block, bool updateIndex);
-    void removeNode(UINT32* block, bool updateIndex);
-    void fillIndices(UINT32* block, Node value);
-    UINT32* findFreeBlock(UINT32 need, UINT32 flags, bool coalescing);
-    UINT32* findFromVariableSize(UINT32 need, UINT32 flags);
-    void coalesce(UINT32* block, Node& resume);
+    void addFreeNode(KxcUINT32* block, bool updateIndex);
+    void removeNode(KxcUINT32* block, bool updateIndex);
+    void fillIndices(KxcUINT32* block, Node value);
+    KxcUINT32* findFreeBlock(KxcUINT32 need, KxcUINT32 flags, bool coalescing);
+    KxcUINT32* findFromVariableSize(KxcUINT32 need, KxcUINT32 flags);
+    void coalesce(KxcUINT32* block, Node& resume);
     void coalesceAll();
-    void drawMemoryMap(UINT32* pixels, UINT32 count);
+    void drawMemoryMap(KxcUINT32* pixels, KxcUINT32 count);
 
 private:
     struct Lock;
-    static void panicWhenAsked(UINT32 size);
-    void savePicture(UINT32 width);
+    static void panicWhenAsked(KxcUINT32 size);
+    void savePicture(KxcUINT32 width);
 
-    UINT32* at(Node node) const { return m_pool + (node - 1); }
-    Node nodeOf(const UINT32* block) const { return static_cast<Node>(block - m_pool) + 1; }
+    KxcUINT32* at(Node node) const { return m_pool + (node - 1); }
+    Node nodeOf(const KxcUINT32* block) const { return static_cast<Node>(block - m_pool) + 1; }
     bool inPool(const void* block) const;
-    UINT32 pageOf(const UINT32* block) const;
-    UINT32* tree() const;
-    UINT32 largest(UINT32 page) const;
-    UINT32 largestBeside(UINT32* block) const;
-    void replaceNode(UINT32* block, UINT32 size, UINT32* rest);
-    void setLargest(UINT32 page, UINT32 size);
-    void setFree(UINT32* block, UINT32 size, UINT32 flags);
-    void* take(UINT32* block, UINT32 need, UINT32 flags);
-    UINT32* split(UINT32* block, UINT32 need);
+    KxcUINT32 pageOf(const KxcUINT32* block) const;
+    KxcUINT32* tree() const;
+    KxcUINT32 largest(KxcUINT32 page) const;
+    KxcUINT32 largestBeside(KxcUINT32* block) const;
+    void replaceNode(KxcUINT32* block, KxcUINT32 size, KxcUINT32* rest);
+    void setLargest(KxcUINT32 page, KxcUINT32 size);
+    void setFree(KxcUINT32* block, KxcUINT32 size, KxcUINT32 flags);
+    void* take(KxcUINT32* block, KxcUINT32 need, KxcUINT32 flags);
+    KxcUINT32* split(KxcUINT32* block, KxcUINT32 need);
 
-    UINT32 m_state = 0; // 3 after initialize
-    UINT32 m_poolWords = 0, m_usedWords = 0, m_blocks = 0;
-    UINT32* m_pool = nullptr;
+    KxcUINT32 m_state = 0; // 3 after initialize
+    KxcUINT32 m_poolWords = 0, m_usedWords = 0, m_blocks = 0;
+    KxcUINT32* m_pool = nullptr;
     Node* m_smallLists = nullptr; // of 4 to 19 words
     Node m_largeHead = 0, m_largeTail = 0;
     /// The first large free block on each page of 8192 bytes or behind it; after these, a tree of the largest on each.
     Node* m_pageIndex = nullptr;
     KxcMutex* m_mutex = nullptr;
     const char* m_ownerFile = nullptr;
-    UINT32 m_ownerLine = 0;
-    UINT32 m_mapWidth = 1024;
-    UINT32 m_reserved[2] = {};
+    KxcUINT32 m_ownerLine = 0;
+    KxcUINT32 m_mapWidth = 1024;
+    KxcUINT32 m_reserved[2] = {};
 };

@@ -4,7 +4,7 @@
 #include <kxcoreemb/base.h>
 
 /// A way to blend, set off by a blend value 0..255.
-enum KXCBLEND : INT32
+enum KXCBLEND : KxcINT32
 {
     KXCBLEND_NONE = 0,      ///< copies; sources with alpha are composited by it
     KXCBLEND_ALPHA = 1,     ///< mixes by the value
@@ -31,73 +31,74 @@ class KXC_API KxcPixelBlender
 {
 public:
     /// @return the new destination pixel
-    typedef UINT32 (*BlendingFunction)(UINT32 source, UINT32 destination, UINT32 value);
+    typedef KxcUINT32 (*BlendingFunction)(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
     /// Blends `count` pixels of the source into the destination; 0 or less blends nothing.
-    typedef void (*BufferBlendingFunction)(void* source, void* destination, UINT32 value, INT32 count);
+    typedef void (*BufferBlendingFunction)(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
 
     /// Chooses the working formats (KXCSURFACEFORMAT_) for blending one surface format onto another.
-    static void getBlendingFormat(INT32 sourceFormat, INT32 targetFormat, INT32& blendSource, INT32& blendTarget);
+    static void getBlendingFormat(KxcINT32 sourceFormat, KxcINT32 targetFormat, KxcINT32& blendSource,
+                                  KxcINT32& blendTarget);
     /// @param type  a KXCBLEND_; any other value stands for KXCBLEND_NONE
     /// @return null when the formats are not a working pair
-    static BlendingFunction getBlendingFunction(INT32 blendSource, INT32 blendTarget, INT32 type);
-    static BufferBlendingFunction getBufferBlendingFunction(INT32 blendSource, INT32 blendTarget, INT32 type);
+    static BlendingFunction getBlendingFunction(KxcINT32 blendSource, KxcINT32 blendTarget, KxcINT32 type);
+    static BufferBlendingFunction getBufferBlendingFunction(KxcINT32 blendSource, KxcINT32 blendTarget, KxcINT32 type);
     /// @param value  0..255; what lies outside is clamped
     /// @return the value that the functions of the working pair take
-    static UINT32 getBlendValue(INT32 blendSource, INT32 blendTarget, INT32 type, INT32 value);
+    static KxcUINT32 getBlendValue(KxcINT32 blendSource, KxcINT32 blendTarget, KxcINT32 type, KxcINT32 value);
 
     // What the lookups choose from, by name: single pixels, then runs.
 
-    static UINT32 blendNone55X5(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendAlpha55X5(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendAlphaFast55X5(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendMul55X5(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendMulFast55X5(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendAdd55X5(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendAddFast55X5(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendInvmul55X5(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendInvmulFast55X5(UINT32 source, UINT32 destination, UINT32 value);
-    static void blendBufferNone55X5(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferAlpha55X5(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferAlphaFast55X5(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferMul55X5(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferMulFast55X5(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferAdd55X5(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferAddFast55X5(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferInvmul55X5(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferInvmulFast55X5(void* source, void* destination, UINT32 value, INT32 count);
+    static KxcUINT32 blendNone55X5(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendAlpha55X5(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendAlphaFast55X5(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendMul55X5(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendMulFast55X5(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendAdd55X5(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendAddFast55X5(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendInvmul55X5(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendInvmulFast55X5(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static void blendBufferNone55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferAlpha55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferAlphaFast55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferMul55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferMulFast55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferAdd55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferAddFast55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferInvmul55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferInvmulFast55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
 
-    static UINT32 blendNoneX888(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendAlphaX888(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendMulX888(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendAddX888(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendInvmulX888(UINT32 source, UINT32 destination, UINT32 value);
-    static void blendBufferNoneX888(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferAlphaX888(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferMulX888(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferAddX888(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferInvmulX888(void* source, void* destination, UINT32 value, INT32 count);
+    static KxcUINT32 blendNoneX888(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendAlphaX888(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendMulX888(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendAddX888(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendInvmulX888(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static void blendBufferNoneX888(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferAlphaX888(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferMulX888(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferAddX888(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferInvmulX888(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
 
-    static UINT32 blendNonePremul8888(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendAlphaPremul8888(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendMulPremul8888(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendAddPremul8888(UINT32 source, UINT32 destination, UINT32 value);
-    static UINT32 blendInvmulPremul8888(UINT32 source, UINT32 destination, UINT32 value);
-    static void blendBufferNonePremul8888(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferAlphaPremul8888(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferMulPremul8888(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferAddPremul8888(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferInvmulPremul8888(void* source, void* destination, UINT32 value, INT32 count);
+    static KxcUINT32 blendNonePremul8888(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendAlphaPremul8888(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendMulPremul8888(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendAddPremul8888(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static KxcUINT32 blendInvmulPremul8888(KxcUINT32 source, KxcUINT32 destination, KxcUINT32 value);
+    static void blendBufferNonePremul8888(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferAlphaPremul8888(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferMulPremul8888(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferAddPremul8888(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferInvmulPremul8888(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
 
     /// Sources with an alpha per pixel: two 16-bit words each, an alpha of 0..32 and a 55X5 colour. The alpha scales
     /// the weight.
-    static void blendBufferAlphaXA55X5(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferAddXA55X5(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferMulXA55X5(void* source, void* destination, UINT32 value, INT32 count);
-    static void blendBufferInvmulXA55X5(void* source, void* destination, UINT32 value, INT32 count);
+    static void blendBufferAlphaXA55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferAddXA55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferMulXA55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendBufferInvmulXA55X5(void* source, void* destination, KxcUINT32 value, KxcINT32 count);
 
     /// One 55X5 colour for the whole run; a weight of 0 leaves the run untouched.
-    static void blendColorToBufferAlpha55X5(UINT32 color, void* destination, UINT32 value, INT32 count);
-    static void blendColorToBufferAdd55X5(UINT32 color, void* destination, UINT32 value, INT32 count);
-    static void blendColorToBufferMul55X5(UINT32 color, void* destination, UINT32 value, INT32 count);
-    static void blendColorToBufferInvmul55X5(UINT32 color, void* destination, UINT32 value, INT32 count);
+    static void blendColorToBufferAlpha55X5(KxcUINT32 color, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendColorToBufferAdd55X5(KxcUINT32 color, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendColorToBufferMul55X5(KxcUINT32 color, void* destination, KxcUINT32 value, KxcINT32 count);
+    static void blendColorToBufferInvmul55X5(KxcUINT32 color, void* destination, KxcUINT32 value, KxcINT32 count);
 };

@@ -6,7 +6,7 @@
 /// A surface's pixel format. Pixels are 8, 16 or 32-bit words in the machine's byte order; the digits of a name are
 /// the channel widths from the top bit down: red, green and blue, an alpha in front of them or between, X for unused
 /// bits.
-enum KXCSURFACEFORMAT : INT32
+enum KXCSURFACEFORMAT : KxcINT32
 {
     KXCSURFACEFORMAT_DEFAULT = 0, ///< asks for 55X5
     KXCSURFACEFORMAT_565 = 1,
@@ -25,10 +25,10 @@ enum KXCSURFACEFORMAT : INT32
 /// Where a format keeps its channels.
 struct KxcSurfaceFormatInfo
 {
-    UINT32 bytesPerPixel;
-    UINT32 redMask, greenMask, blueMask, alphaMask;
-    UINT32 bits;   ///< channel widths, a byte each: red lowest, then green, blue, alpha
-    UINT32 shifts; ///< lowest bit of each channel, packed alike
+    KxcUINT32 bytesPerPixel;
+    KxcUINT32 redMask, greenMask, blueMask, alphaMask;
+    KxcUINT32 bits;   ///< channel widths, a byte each: red lowest, then green, blue, alpha
+    KxcUINT32 shifts; ///< lowest bit of each channel, packed alike
 };
 
 /// One row per KXCSURFACEFORMAT.
@@ -73,28 +73,28 @@ inline constexpr KxcSurfaceFormatInfo kxcSurfaceFormats[KXCSURFACEFORMAT_COUNT] 
 class KXC_API KxcPixelConverter
 {
 public:
-    typedef UINT32 (*ConversionFunction)(UINT32 pixel);
+    typedef KxcUINT32 (*ConversionFunction)(KxcUINT32 pixel);
     /// Converts `count` pixels; 0 or less converts nothing. Runs may not overlap, except that formats of one size can
     /// be converted in place.
-    typedef void (*BufferConversionFunction)(void* source, void* target, INT32 count);
+    typedef void (*BufferConversionFunction)(void* source, void* target, KxcINT32 count);
 
     /// @return the converted pixel; 0 where getConversionFunction() answers null
-    static UINT32 convert(UINT32 pixel, INT32 sourceFormat, INT32 targetFormat);
+    static KxcUINT32 convert(KxcUINT32 pixel, KxcINT32 sourceFormat, KxcINT32 targetFormat);
     /// Does nothing where getBufferConversionFunction() answers null.
-    static void convertBuffer(void* source, void* target, INT32 count, INT32 sourceFormat, INT32 targetFormat);
+    static void convertBuffer(void* source, void* target, KxcINT32 count, KxcINT32 sourceFormat, KxcINT32 targetFormat);
 
     /// @return null when a format is unknown, 0 or PALETTE8; for equal formats the identity
-    static ConversionFunction getConversionFunction(INT32 sourceFormat, INT32 targetFormat);
-    static BufferConversionFunction getBufferConversionFunction(INT32 sourceFormat, INT32 targetFormat);
+    static ConversionFunction getConversionFunction(KxcINT32 sourceFormat, KxcINT32 targetFormat);
+    static BufferConversionFunction getBufferConversionFunction(KxcINT32 sourceFormat, KxcINT32 targetFormat);
 
-    static UINT32 copyPixel(UINT32 pixel);
-    static void copyBuffer16(void* source, void* target, INT32 count);
-    static void copyBuffer32(void* source, void* target, INT32 count);
+    static KxcUINT32 copyPixel(KxcUINT32 pixel);
+    static void copyBuffer16(void* source, void* target, KxcINT32 count);
+    static void copyBuffer32(void* source, void* target, KxcINT32 count);
 
     // convert565ToX888, convertBuffer565ToX888 and so on: what the lookups above choose from, by name.
-#define KXC_DECLARE_CONVERSION(Source, Target)               \
-    static UINT32 convert##Source##To##Target(UINT32 pixel); \
-    static void convertBuffer##Source##To##Target(void* source, void* target, INT32 count);
+#define KXC_DECLARE_CONVERSION(Source, Target)                     \
+    static KxcUINT32 convert##Source##To##Target(KxcUINT32 pixel); \
+    static void convertBuffer##Source##To##Target(void* source, void* target, KxcINT32 count);
     KXC_FOR_EACH_CONVERSION(KXC_DECLARE_CONVERSION)
 #undef KXC_DECLARE_CONVERSION
 };

@@ -23,7 +23,7 @@ public:
     /// @param width, height              of the grid to begin with; it grows with the surfaces
     /// @param lineEdges, indexedEdges    how many edges to have room for; there will be room for more
     /// @return null without memory; the caller deletes it
-    static KxcPrimitiveDraw* create(INT32 width, INT32 height, INT32 lineEdges, INT32 indexedEdges);
+    static KxcPrimitiveDraw* create(KxcINT32 width, KxcINT32 height, KxcINT32 lineEdges, KxcINT32 indexedEdges);
     virtual ~KxcPrimitiveDraw();
     KxcPrimitiveDraw(const KxcPrimitiveDraw&) = delete;
     KxcPrimitiveDraw& operator=(const KxcPrimitiveDraw&) = delete;
@@ -31,12 +31,12 @@ public:
     /// Makes room for a grid of this size; it never shrinks. A far edge of the clipping rectangle that lay on the old
     /// border moves to the new one.
     /// @return 0 without memory: that dimension is 0 then, and nothing can be drawn before a resize succeeds
-    INT32 resize(INT32 width, INT32 height);
+    KxcINT32 resize(KxcINT32 width, KxcINT32 height);
     /// The rectangle from (x1, y1) to (x2, y2), both included; it is clamped to the grid.
-    void setClippingRect(INT32 x1, INT32 y1, INT32 x2, INT32 y2);
+    void setClippingRect(KxcINT32 x1, KxcINT32 y1, KxcINT32 x2, KxcINT32 y2);
 
-    void setColor(UINT32 color);                    ///< 0x00RRGGBB; replaces a filler
-    void setOpacity(UINT8 opacity);                 ///< 255 at first
+    void setColor(KxcUINT32 color);                 ///< 0x00RRGGBB; replaces a filler
+    void setOpacity(KxcUINT8 opacity);              ///< 255 at first
     void setFiller(KxcPrimitiveDrawFiller* filler); ///< stays the caller's; null goes back to the colour
 
     /// The set's points must have been scaled. Edges are clipped to the rectangle that is set now.
@@ -47,16 +47,16 @@ public:
     //
     // pixels, width, height, pitch  a surface's: the size in pixels, the pitch in bytes
     // format                        a KXCSURFACEFORMAT_
-    void renderEvenOdd(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format);
-    void renderNonZero(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format);
-    void renderEvenOddAA(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format);
-    void renderNonZeroAA(UINT8* pixels, INT32 width, INT32 height, INT32 pitch, INT32 format);
+    void renderEvenOdd(KxcUINT8* pixels, KxcINT32 width, KxcINT32 height, KxcINT32 pitch, KxcINT32 format);
+    void renderNonZero(KxcUINT8* pixels, KxcINT32 width, KxcINT32 height, KxcINT32 pitch, KxcINT32 format);
+    void renderEvenOddAA(KxcUINT8* pixels, KxcINT32 width, KxcINT32 height, KxcINT32 pitch, KxcINT32 format);
+    void renderNonZeroAA(KxcUINT8* pixels, KxcINT32 width, KxcINT32 height, KxcINT32 pitch, KxcINT32 format);
 
     /// Writes the spans of the current row into a row of pixels.
-    typedef void (KxcPrimitiveDraw::*BlitFunction)(UINT8* row, INT32 y);
+    typedef void (KxcPrimitiveDraw::*BlitFunction)(KxcUINT8* row, KxcINT32 y);
     /// What the render calls use for a format, with the colour, opacity and filler that are set.
     /// @return null when nothing would be drawn
-    BlitFunction getBlitFunction(INT32 format) const;
+    BlitFunction getBlitFunction(KxcINT32 format) const;
 
 private:
     friend struct KxcPrimitiveRaster;
@@ -65,24 +65,24 @@ private:
     template <class Blit>
     void blitSpans(const Blit& blit);
 
-    void blitSpan16(UINT8* row, INT32 y);
-    void blitSpan16Alpha(UINT8* row, INT32 y);
-    void blitSpan16Filled(UINT8* row, INT32 y);
-    void blitSpan32Alpha(UINT8* row, INT32 y);
-    void blitSpan32Filled(UINT8* row, INT32 y);
-    void blitSpan32ARGBAlpha(UINT8* row, INT32 y);
-    void blitSpan32ARGBFilled(UINT8* row, INT32 y);
-    void blitSpanGenericAlpha(UINT8* row, INT32 y);
-    void blitSpanGenericFilled(UINT8* row, INT32 y);
+    void blitSpan16(KxcUINT8* row, KxcINT32 y);
+    void blitSpan16Alpha(KxcUINT8* row, KxcINT32 y);
+    void blitSpan16Filled(KxcUINT8* row, KxcINT32 y);
+    void blitSpan32Alpha(KxcUINT8* row, KxcINT32 y);
+    void blitSpan32Filled(KxcUINT8* row, KxcINT32 y);
+    void blitSpan32ARGBAlpha(KxcUINT8* row, KxcINT32 y);
+    void blitSpan32ARGBFilled(KxcUINT8* row, KxcINT32 y);
+    void blitSpanGenericAlpha(KxcUINT8* row, KxcINT32 y);
+    void blitSpanGenericFilled(KxcUINT8* row, KxcINT32 y);
 
     KxcPrimitiveRow* m_row;           // owned: coverage of the row in work
     KxcPrimitiveDrawEdgeSet* m_edges; // owned
-    INT32 m_width, m_height;          // of the grid
-    INT32 m_clipX1, m_clipY1, m_clipX2, m_clipY2;
+    KxcINT32 m_width, m_height;       // of the grid
+    KxcINT32 m_clipX1, m_clipY1, m_clipX2, m_clipY2;
     KxcPrimitiveDrawFiller* m_filler;
-    UINT32 m_color;               // 0xFFRRGGBB
-    UINT32 m_color16;             // 55X5
-    UINT32 m_opacity, m_opacity5; // 0..255, 0..32
-    INT32 m_format, m_pitch;      // of the surface in work
-    INT32 m_rows;                 // how many rows the blitters write alike
+    KxcUINT32 m_color;               // 0xFFRRGGBB
+    KxcUINT32 m_color16;             // 55X5
+    KxcUINT32 m_opacity, m_opacity5; // 0..255, 0..32
+    KxcINT32 m_format, m_pitch;      // of the surface in work
+    KxcINT32 m_rows;                 // how many rows the blitters write alike
 };

@@ -17,12 +17,12 @@ public:
     virtual void initFill() = 0;
     virtual void deinitFill() = 0;
     /// Writes the colours of the pixels xStart to xEnd - 1 of row y to buffer[xStart] and on.
-    virtual void fill(INT32 xStart, INT32 xEnd, INT32 y, UINT32* buffer) = 0;
+    virtual void fill(KxcINT32 xStart, KxcINT32 xEnd, KxcINT32 y, KxcUINT32* buffer) = 0;
     virtual ~KxcPrimitiveDrawFiller();
 };
 
 /// How a gradient goes on beyond its first and last stop.
-enum KXCSPREAD : INT32
+enum KXCSPREAD : KxcINT32
 {
     KXCSPREAD_PAD = 0,     ///< the end's colour
     KXCSPREAD_REFLECT = 1, ///< back and forth
@@ -43,9 +43,9 @@ public:
     /// Adds a stop behind all whose offset is not greater. Without memory the stop is left out.
     /// @param offset  clamped to 0..1
     /// @param color   0xAARRGGBB, not premultiplied
-    virtual void addGradientStop(KxcFixed offset, UINT32 color);
+    virtual void addGradientStop(KxcFixed offset, KxcUINT32 color);
     virtual void resetGradient(); ///< removes all stops: what has none is transparent
-    virtual void setSpreadMethod(INT32 method);
+    virtual void setSpreadMethod(KxcINT32 method);
     virtual void setTransformation(const KxcMatrix3& matrix);
     virtual void setGradientTransformation(const KxcMatrix3& matrix);
 
@@ -53,13 +53,13 @@ public:
     KxcPrimitiveDrawGradientFiller& operator=(const KxcPrimitiveDrawGradientFiller&) = delete;
 
 protected:
-    static constexpr INT32 kColors = 256; ///< entries of the colour table; as many again mirror them
+    static constexpr KxcINT32 kColors = 256; ///< entries of the colour table; as many again mirror them
 
     struct Stop
     {
         Stop* next;
         KxcFixed offset;
-        UINT32 color;
+        KxcUINT32 color;
     };
     struct StopBlock; ///< ten stops
 
@@ -71,14 +71,14 @@ protected:
     /// The way from pixels to the gradient's base frame. @return false when there is none
     bool invertTransformation(KxcScaledTransform& inverse) const;
     void setBase(const KxcVector2& origin, const KxcVector2& axis, const KxcVector2& across);
-    void lookUp(UINT32* colors, INT32 count) const; ///< turns positions of 24 fraction bits into colours
+    void lookUp(KxcUINT32* colors, KxcINT32 count) const; ///< turns positions of 24 fraction bits into colours
 
     Stop *m_stops, *m_freeStops;
     StopBlock* m_stopBlocks; ///< owned: the memory of all stops
-    UINT32 m_colors[2 * kColors];
+    KxcUINT32 m_colors[2 * kColors];
     KxcMatrix3 m_base; ///< rows: the axis from 0 to 1, the axis across it, the origin
     KxcMatrix3 m_transformation, m_gradientTransformation;
-    INT32 m_spread;
+    KxcINT32 m_spread;
     bool m_transformationDirty, m_colorsDirty;
 };
 
@@ -89,7 +89,7 @@ public:
     /// The first stop's colour at `start`, the last one's at `end`. Where both are the same, all is the last colour.
     /// @return null without memory
     static KxcPrimitiveDrawLinearGradientFiller* create(const KxcVector2& start, const KxcVector2& end);
-    void fill(INT32 xStart, INT32 xEnd, INT32 y, UINT32* buffer) override;
+    void fill(KxcINT32 xStart, KxcINT32 xEnd, KxcINT32 y, KxcUINT32* buffer) override;
     virtual void setGradientBase(const KxcVector2& start, const KxcVector2& end);
 
 protected:
@@ -97,7 +97,8 @@ protected:
     void calculateGradientTransformation() override;
 
 private:
-    INT64 m_origin = 0, m_stepX = 0, m_stepY = 0; // t with 24 fraction bits: in pixel (0, 0), and from pixel to pixel
+    KxcINT64 m_origin = 0, m_stepX = 0,
+             m_stepY = 0; // t with 24 fraction bits: in pixel (0, 0), and from pixel to pixel
 };
 
 /// Colours from a focus to a circle around it.
@@ -110,7 +111,7 @@ public:
     /// @return null without memory
     static KxcPrimitiveDrawRadialGradientFiller* create(const KxcVector2& centre, const KxcVector2& focus,
                                                         KxcFixed radius);
-    void fill(INT32 xStart, INT32 xEnd, INT32 y, UINT32* buffer) override;
+    void fill(KxcINT32 xStart, KxcINT32 xEnd, KxcINT32 y, KxcUINT32* buffer) override;
     virtual void setGradientBase(const KxcVector2& centre, const KxcVector2& focus, KxcFixed radius);
 
 protected:
@@ -119,11 +120,11 @@ protected:
 
 private:
     // Positions in the gradient's unit frame, with 24 fraction bits: of pixel (0, 0), and from pixel to pixel.
-    INT64 m_originX = 0, m_originY = 0;
-    INT64 m_stepXX = 0, m_stepXY = 0, m_stepYX = 0, m_stepYY = 0; // a pixel to the right adds (XX, XY)
-    KxcVector2 m_focus = {0, 0};  // from the centre, in units of the radius: less than 1 away
-    INT32 m_outside = 1 << 16;    // 1 - |focus|^2, 16.16
-    INT32 m_perOutside = 1 << 16; // its reciprocal
+    KxcINT64 m_originX = 0, m_originY = 0;
+    KxcINT64 m_stepXX = 0, m_stepXY = 0, m_stepYX = 0, m_stepYY = 0; // a pixel to the right adds (XX, XY)
+    KxcVector2 m_focus = {0, 0};     // from the centre, in units of the radius: less than 1 away
+    KxcINT32 m_outside = 1 << 16;    // 1 - |focus|^2, 16.16
+    KxcINT32 m_perOutside = 1 << 16; // its reciprocal
 };
 
 /// An image in a fixed place of the surface, neither scaled nor turned; what lies outside of it is transparent.
@@ -132,21 +133,21 @@ class KXC_API KxcPrimitiveDrawImageFiller : public KxcPrimitiveDrawFiller
 public:
     /// @param image  stays the caller's, and must not be the surface that is drawn on; null paints nothing
     /// @return null without memory
-    static KxcPrimitiveDrawImageFiller* create(KxcGLSurface* image, INT32 x, INT32 y);
+    static KxcPrimitiveDrawImageFiller* create(KxcGLSurface* image, KxcINT32 x, KxcINT32 y);
     void initFill() override;
     void deinitFill() override;
-    void fill(INT32 xStart, INT32 xEnd, INT32 y, UINT32* buffer) override;
+    void fill(KxcINT32 xStart, KxcINT32 xEnd, KxcINT32 y, KxcUINT32* buffer) override;
     virtual void setImage(KxcGLSurface* image);
-    virtual void setFillOffset(INT32 x, INT32 y); ///< where the image's top left pixel lies on the surface
+    virtual void setFillOffset(KxcINT32 x, KxcINT32 y); ///< where the image's top left pixel lies on the surface
 
 protected:
     KxcPrimitiveDrawImageFiller() = default;
 
 private:
     KxcGLSurface* m_image = nullptr;
-    INT32 m_x = 0, m_y = 0;
-    UINT8* m_pixels = nullptr; // while it is locked
-    INT32 m_width = 0, m_height = 0, m_format = 0, m_pitch = 0;
+    KxcINT32 m_x = 0, m_y = 0;
+    KxcUINT8* m_pixels = nullptr; // while it is locked
+    KxcINT32 m_width = 0, m_height = 0, m_format = 0, m_pitch = 0;
 };
 
 /// A piece of an image that repeats itself in all directions, and can be transformed.
@@ -163,7 +164,7 @@ public:
     ~KxcPrimitiveDrawPatternFiller() override;
     void initFill() override;
     void deinitFill() override;
-    void fill(INT32 xStart, INT32 xEnd, INT32 y, UINT32* buffer) override;
+    void fill(KxcINT32 xStart, KxcINT32 xEnd, KxcINT32 y, KxcUINT32* buffer) override;
     virtual void setPattern(KxcGLSurface* source, const KxcRectangle& tile);
     virtual void setPatternTransformation(const KxcMatrix3& matrix);
     virtual void setTransformation(const KxcMatrix3& matrix);
@@ -181,10 +182,10 @@ private:
     KxcRectangle m_tile = {0, 0, 0, 0};
     KxcMatrix3 m_transformation, m_patternTransformation;
     bool m_transformationDirty = true, m_patternDirty = true;
-    KxcGLSurface* m_pattern = nullptr; // owned: the tile, reduced
-    INT32 m_width = 0, m_height = 0;   // what the tile is reduced to
-    const UINT32* m_pixels = nullptr;  // while it is locked
+    KxcGLSurface* m_pattern = nullptr;   // owned: the tile, reduced
+    KxcINT32 m_width = 0, m_height = 0;  // what the tile is reduced to
+    const KxcUINT32* m_pixels = nullptr; // while it is locked
     // Positions in it, with 32 fraction bits: of pixel (0, 0), and what a pixel to the right and a row down add.
-    INT64 m_originU = 0, m_originV = 0;
-    INT64 m_stepUX = 0, m_stepUY = 0, m_stepVX = 0, m_stepVY = 0;
+    KxcINT64 m_originU = 0, m_originV = 0;
+    KxcINT64 m_stepUX = 0, m_stepUY = 0, m_stepVX = 0, m_stepVY = 0;
 };

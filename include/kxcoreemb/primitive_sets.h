@@ -20,19 +20,19 @@ public:
     KxcPrimitiveArray(const KxcPrimitiveArray&) = delete;
     KxcPrimitiveArray& operator=(const KxcPrimitiveArray&) = delete;
 
-    INT32 count() const { return m_count; }
+    KxcINT32 count() const { return m_count; }
     T* items() { return m_items; }
     const T* items() const { return m_items; }
-    T& operator[](INT32 index) { return m_items[index]; }
-    const T& operator[](INT32 index) const { return m_items[index]; }
+    T& operator[](KxcINT32 index) { return m_items[index]; }
+    const T& operator[](KxcINT32 index) const { return m_items[index]; }
     T& last() { return m_items[m_count - 1]; }
 
     /// Makes room for `capacity` elements in all. @return false without memory
-    bool reserve(INT32 capacity)
+    bool reserve(KxcINT32 capacity)
     {
         if (capacity <= m_capacity)
             return true;
-        if (static_cast<UINT32>(capacity) > INT32_MAX / sizeof(T))
+        if (static_cast<KxcUINT32>(capacity) > INT32_MAX / sizeof(T))
             return false;
         T* items = new (std::nothrow) T[static_cast<size_t>(capacity)];
         if (!items)
@@ -53,14 +53,14 @@ public:
     /// Adds an element without a value. @return it, or null without memory
     T* extend() { return m_count < m_capacity || grow() ? m_items + m_count++ : nullptr; }
     /// Makes it this many elements long, new ones without a value. @return false without memory
-    bool resize(INT32 count) { return reserve(count) && (m_count = count, true); }
+    bool resize(KxcINT32 count) { return reserve(count) && (m_count = count, true); }
     /// Forgets the elements from this one on; keeps the memory.
-    void truncate(INT32 count) { m_count = count; }
+    void truncate(KxcINT32 count) { m_count = count; }
     void clear() { m_count = 0; }
     void swap(KxcPrimitiveArray& other)
     {
         T* const items = m_items;
-        const INT32 itemCount = m_count, capacity = m_capacity;
+        const KxcINT32 itemCount = m_count, capacity = m_capacity;
         m_items = other.m_items, m_count = other.m_count, m_capacity = other.m_capacity;
         other.m_items = items, other.m_count = itemCount, other.m_capacity = capacity;
     }
@@ -68,18 +68,18 @@ public:
 private:
     bool grow()
     {
-        const INT64 larger = static_cast<INT64>(m_capacity) * 125 / 100;
-        return larger <= INT32_MAX && reserve(static_cast<INT32>(larger > m_capacity ? larger : m_capacity + 1));
+        const KxcINT64 larger = static_cast<KxcINT64>(m_capacity) * 125 / 100;
+        return larger <= INT32_MAX && reserve(static_cast<KxcINT32>(larger > m_capacity ? larger : m_capacity + 1));
     }
 
     T* m_items = nullptr; // owned
-    INT32 m_count = 0, m_capacity = 0;
+    KxcINT32 m_count = 0, m_capacity = 0;
 };
 
 /// A place in the rasteriser's grid, with 16 fraction bits. 64 bits hold whatever a matrix makes of a KxcFixed.
 struct KxcPrimitivePoint
 {
-    INT64 x, y;
+    KxcINT64 x, y;
 };
 
 /// Points: where they are for the user, and where a matrix put them in the rasteriser's grid.
@@ -87,21 +87,21 @@ class KXC_API KxcPrimitiveDrawPointSet
 {
 public:
     /// @return null without memory; the caller deletes it
-    static KxcPrimitiveDrawPointSet* create(INT32 capacity);
+    static KxcPrimitiveDrawPointSet* create(KxcINT32 capacity);
 
     /// @return the point's index, or -1 without memory
-    INT32 addPoint(const KxcVector2& point) { return m_points.add(point) ? m_points.count() - 1 : -1; }
+    KxcINT32 addPoint(const KxcVector2& point) { return m_points.add(point) ? m_points.count() - 1 : -1; }
     void clear() { m_points.clear(), m_scaled.clear(); }
-    INT32 getCount() const { return m_points.count(); }
-    const KxcVector2& getPoint(INT32 index) const { return m_points[index]; }
+    KxcINT32 getCount() const { return m_points.count(); }
+    const KxcVector2& getPoint(KxcINT32 index) const { return m_points[index]; }
 
     /// Sets the grid coordinates of all points: those of the user times a matrix, or times a factor.
     /// @param gridShift  0..15: multiplies the result by 2^gridShift, 3 for eighths of pixels
-    void calculateScaledValues(const KxcMatrix3& matrix, INT32 gridShift = 0);
+    void calculateScaledValues(const KxcMatrix3& matrix, KxcINT32 gridShift = 0);
     void calculateScaledValues(KxcFixed factor);
     /// Of the points that the last calculateScaledValues() found; how many these are tells getScaledCount().
-    const KxcPrimitivePoint& getScaledPoint(INT32 index) const { return m_scaled[index]; }
-    INT32 getScaledCount() const { return m_scaled.count(); }
+    const KxcPrimitivePoint& getScaledPoint(KxcINT32 index) const { return m_scaled[index]; }
+    KxcINT32 getScaledCount() const { return m_scaled.count(); }
 
 private:
     KxcPrimitiveDrawPointSet() = default;
@@ -113,7 +113,7 @@ private:
 /// An edge between two points, by their indices. Its direction counts for the non-zero rule.
 struct KxcPrimitiveDrawLine
 {
-    INT32 from, to;
+    KxcINT32 from, to;
 };
 
 /// Edges between the points of a set.
@@ -121,15 +121,15 @@ class KXC_API KxcPrimitiveDrawLineSet
 {
 public:
     /// @return null without memory; the caller deletes it
-    static KxcPrimitiveDrawLineSet* create(INT32 capacity);
+    static KxcPrimitiveDrawLineSet* create(KxcINT32 capacity);
 
     /// @return 0 without memory
-    INT32 addLine(INT32 from, INT32 to) { return m_lines.add({from, to}); }
+    KxcINT32 addLine(KxcINT32 from, KxcINT32 to) { return m_lines.add({from, to}); }
     void clear() { m_lines.clear(); }
-    void truncate(INT32 count) { m_lines.truncate(count); } ///< keeps the first `count` edges
-    INT32 getCount() const { return m_lines.count(); }
-    const KxcPrimitiveDrawLine& getLine(INT32 index) const { return m_lines[index]; }
-    void setLineEnd(INT32 index, INT32 to) { m_lines[index].to = to; }
+    void truncate(KxcINT32 count) { m_lines.truncate(count); } ///< keeps the first `count` edges
+    KxcINT32 getCount() const { return m_lines.count(); }
+    const KxcPrimitiveDrawLine& getLine(KxcINT32 index) const { return m_lines[index]; }
+    void setLineEnd(KxcINT32 index, KxcINT32 to) { m_lines[index].to = to; }
 
 private:
     KxcPrimitiveDrawLineSet() = default;
@@ -151,33 +151,33 @@ public:
     /// @param shear           the same, counted from the middle row and kept in the table
     /// @param minRow, maxRow  rows outside are left out
     /// @return null for a radius below 1, when no row is left, or without memory; the caller deletes it
-    static KxcPrimitiveDrawIndexedPrimitive* createHalfCircle(INT32 x, INT32 y, INT32 radius, KxcFixed slope,
-                                                              KxcFixed shear, INT32 direction, INT32 minRow,
-                                                              INT32 maxRow);
+    static KxcPrimitiveDrawIndexedPrimitive* createHalfCircle(KxcINT32 x, KxcINT32 y, KxcINT32 radius, KxcFixed slope,
+                                                              KxcFixed shear, KxcINT32 direction, KxcINT32 minRow,
+                                                              KxcINT32 maxRow);
     KxcPrimitiveDrawIndexedPrimitive() = default;
     ~KxcPrimitiveDrawIndexedPrimitive();
     KxcPrimitiveDrawIndexedPrimitive(const KxcPrimitiveDrawIndexedPrimitive&) = delete;
     KxcPrimitiveDrawIndexedPrimitive& operator=(const KxcPrimitiveDrawIndexedPrimitive&) = delete;
 
     /// Becomes another one in another place: its column 0 at x, its first row at y.
-    void setInstance(const KxcPrimitiveDrawIndexedPrimitive& prototype, INT32 x, INT32 y);
+    void setInstance(const KxcPrimitiveDrawIndexedPrimitive& prototype, KxcINT32 x, KxcINT32 y);
 
-    INT32 getX() const { return m_x; }
-    INT32 getFirstRow() const { return m_y; }
-    INT32 getRowCount() const { return m_rows; }
-    INT32 getDirection() const { return m_direction; }
+    KxcINT32 getX() const { return m_x; }
+    KxcINT32 getFirstRow() const { return m_y; }
+    KxcINT32 getRowCount() const { return m_rows; }
+    KxcINT32 getDirection() const { return m_direction; }
     /// @param row  0 for the first. @return the column in that row, with 16 fraction bits
-    INT64 getColumn(INT32 row) const
+    KxcINT64 getColumn(KxcINT32 row) const
     {
-        return static_cast<INT64>(m_x) * 65536 + m_table[row] + static_cast<INT64>(m_slope) * row;
+        return static_cast<KxcINT64>(m_x) * 65536 + m_table[row] + static_cast<KxcINT64>(m_slope) * row;
     }
 
 private:
-    const INT32* m_table = nullptr; // 16.16 from m_x, one for each row
+    const KxcINT32* m_table = nullptr; // 16.16 from m_x, one for each row
     bool m_ownsTable = false;
-    INT32 m_x = 0, m_y = 0, m_rows = 0;
-    INT32 m_slope = 0; // 16.16
-    INT32 m_direction = 1;
+    KxcINT32 m_x = 0, m_y = 0, m_rows = 0;
+    KxcINT32 m_slope = 0; // 16.16
+    KxcINT32 m_direction = 1;
 };
 
 /// Pointers to such edges, which belong to somebody else.
@@ -185,13 +185,13 @@ class KXC_API KxcPrimitiveDrawIndexedPrimitiveSet
 {
 public:
     /// @return null without memory; the caller deletes it
-    static KxcPrimitiveDrawIndexedPrimitiveSet* create(INT32 capacity);
+    static KxcPrimitiveDrawIndexedPrimitiveSet* create(KxcINT32 capacity);
 
     /// @return 0 without memory
-    INT32 addPrimitive(const KxcPrimitiveDrawIndexedPrimitive* primitive) { return m_primitives.add(primitive); }
+    KxcINT32 addPrimitive(const KxcPrimitiveDrawIndexedPrimitive* primitive) { return m_primitives.add(primitive); }
     void clear() { m_primitives.clear(); }
-    INT32 getCount() const { return m_primitives.count(); }
-    const KxcPrimitiveDrawIndexedPrimitive* getPrimitive(INT32 index) const { return m_primitives[index]; }
+    KxcINT32 getCount() const { return m_primitives.count(); }
+    const KxcPrimitiveDrawIndexedPrimitive* getPrimitive(KxcINT32 index) const { return m_primitives[index]; }
 
 private:
     KxcPrimitiveDrawIndexedPrimitiveSet() = default;

@@ -14,7 +14,7 @@
 #include <kxcoreemb/primitive_draw.h>
 
 /// What shapes are painted with.
-enum KXCPAINT : INT32
+enum KXCPAINT : KxcINT32
 {
     KXCPAINT_OFF = 0,
     KXCPAINT_COLOR = 1,
@@ -22,25 +22,25 @@ enum KXCPAINT : INT32
     KXCPAINT_IMAGE = 3,
     KXCPAINT_PATTERN = 4,
 };
-enum KXCFILLRULE : INT32
+enum KXCFILLRULE : KxcINT32
 {
     KXCFILLRULE_EVENODD = 0,
     KXCFILLRULE_NONZERO = 1,
 };
-enum KXCLINECAP : INT32
+enum KXCLINECAP : KxcINT32
 {
     KXCLINECAP_BUTT = 0,
     KXCLINECAP_ROUND = 1,
     KXCLINECAP_SQUARE = 2,
 };
-enum KXCLINEJOIN : INT32
+enum KXCLINEJOIN : KxcINT32
 {
     KXCLINEJOIN_MITER = 0,
     KXCLINEJOIN_ROUND = 1,
     KXCLINEJOIN_BEVEL = 2,
 };
 /// How an elliptical arc goes from one point to the other.
-enum KXCARC : UINT32
+enum KXCARC : KxcUINT32
 {
     KXCARC_LARGE = 1, ///< the longer way
     KXCARC_SWEEP = 2, ///< with growing angles: clockwise where y grows downwards
@@ -74,9 +74,9 @@ public:
     void setTransformation(const KxcMatrix3& matrix);
     /// @param length  how many pixels of a curve one straight piece should cover; 5 at first
     void setCurveSmoothLength(KxcFixed length);
-    void setAntialiasing(INT32 on);
+    void setAntialiasing(KxcINT32 on);
 
-    void setFillColor(UINT32 color) { m_fill.setColor(color); } ///< 0x00RRGGBB
+    void setFillColor(KxcUINT32 color) { m_fill.setColor(color); } ///< 0x00RRGGBB
     void setFillGradient(KxcPrimitiveDrawGradientFiller* filler)
     {
         m_fill.set(KXCPAINT_GRADIENT, filler, filler, nullptr);
@@ -87,10 +87,10 @@ public:
         m_fill.set(KXCPAINT_PATTERN, filler, nullptr, filler);
     }
     void setFillOff() { m_fill.set(KXCPAINT_OFF, nullptr, nullptr, nullptr); }
-    void setFillOpacity(UINT8 opacity);
-    void setFillRule(INT32 rule); ///< a KXCFILLRULE_; any other draws no fill
+    void setFillOpacity(KxcUINT8 opacity);
+    void setFillRule(KxcINT32 rule); ///< a KXCFILLRULE_; any other draws no fill
 
-    void setStrokeColor(UINT32 color) { m_stroke.setColor(color); } ///< 0x00RRGGBB
+    void setStrokeColor(KxcUINT32 color) { m_stroke.setColor(color); } ///< 0x00RRGGBB
     void setStrokeGradient(KxcPrimitiveDrawGradientFiller* filler)
     {
         m_stroke.set(KXCPAINT_GRADIENT, filler, filler, nullptr);
@@ -101,15 +101,15 @@ public:
         m_stroke.set(KXCPAINT_PATTERN, filler, nullptr, filler);
     }
     void setStrokeOff() { m_stroke.set(KXCPAINT_OFF, nullptr, nullptr, nullptr); }
-    void setStrokeOpacity(UINT8 opacity);
+    void setStrokeOpacity(KxcUINT8 opacity);
     void setStrokeWidth(KxcFixed width);
-    void setLineCap(INT32 cap);   ///< a KXCLINECAP_
-    void setLineJoin(INT32 join); ///< a KXCLINEJOIN_
+    void setLineCap(KxcINT32 cap);   ///< a KXCLINECAP_
+    void setLineJoin(KxcINT32 join); ///< a KXCLINEJOIN_
     /// @param limit  corners whose miter would be longer than this many half widths are bevelled; 4 at first
     void setMiterLimit(KxcFixed limit);
     /// @param lengths  of dashes and gaps in turn, from the path's start through all subpaths; entries that are not
     ///                 positive are left out. Null, or a count below 1: no dashes. Copied.
-    void setDashArray(const KxcFixed* lengths, INT32 count);
+    void setDashArray(const KxcFixed* lengths, KxcINT32 count);
     void setDashOffset(KxcFixed offset); ///< where in the dash array the path starts
 
     // Path commands. Relative ones count from the current point. Between beginPath() and the first moveTo, the others
@@ -181,16 +181,16 @@ public:
     /// @param radii     along the ellipse's own axes; with a radius of 0 it is a line
     /// @param rotation  of the ellipse, in radians
     /// @param flags     KXCARC_ bits
-    void ellipticalArcAbsolute(const KxcVector2& radii, KxcFixed rotation, UINT32 flags, const KxcVector2& p);
-    void ellipticalArcAbsolute(KxcFixed rx, KxcFixed ry, KxcFixed rotation, UINT32 flags, KxcFixed x, KxcFixed y)
+    void ellipticalArcAbsolute(const KxcVector2& radii, KxcFixed rotation, KxcUINT32 flags, const KxcVector2& p);
+    void ellipticalArcAbsolute(KxcFixed rx, KxcFixed ry, KxcFixed rotation, KxcUINT32 flags, KxcFixed x, KxcFixed y)
     {
         ellipticalArcAbsolute({rx, ry}, rotation, flags, {x, y});
     }
-    void ellipticalArcRelative(const KxcVector2& radii, KxcFixed rotation, UINT32 flags, const KxcVector2& p)
+    void ellipticalArcRelative(const KxcVector2& radii, KxcFixed rotation, KxcUINT32 flags, const KxcVector2& p)
     {
         ellipticalArcAbsolute(radii, rotation, flags, fromCurrent(p));
     }
-    void ellipticalArcRelative(KxcFixed rx, KxcFixed ry, KxcFixed rotation, UINT32 flags, KxcFixed x, KxcFixed y)
+    void ellipticalArcRelative(KxcFixed rx, KxcFixed ry, KxcFixed rotation, KxcUINT32 flags, KxcFixed x, KxcFixed y)
     {
         ellipticalArcRelative({rx, ry}, rotation, flags, {x, y});
     }
@@ -208,13 +208,13 @@ private:
     /// What fills or strokes are painted with.
     struct Paint
     {
-        INT32 mode; // KXCPAINT_
-        UINT32 color;
+        KxcINT32 mode; // KXCPAINT_
+        KxcUINT32 color;
         KxcPrimitiveDrawFiller* filler;                 // of modes 2 to 4
         KxcPrimitiveDrawGradientFiller* gradientFiller; // the same one, of mode 2
         KxcPrimitiveDrawPatternFiller* patternFiller;   // of mode 4
 
-        void set(INT32 newMode, KxcPrimitiveDrawFiller* any, KxcPrimitiveDrawGradientFiller* gradient,
+        void set(KxcINT32 newMode, KxcPrimitiveDrawFiller* any, KxcPrimitiveDrawGradientFiller* gradient,
                  KxcPrimitiveDrawPatternFiller* pattern)
         {
             mode = newMode;
@@ -222,19 +222,20 @@ private:
             gradientFiller = gradient;
             patternFiller = pattern;
         }
-        void setColor(UINT32 newColor)
+        void setColor(KxcUINT32 newColor)
         {
             set(KXCPAINT_COLOR, nullptr, nullptr, nullptr);
             color = newColor & 0xFFFFFF;
         }
     };
-    enum EdgeFlag : UINT8
+    enum EdgeFlag : KxcUINT8
     {
         kOpensSubpath = 1, // the first edge of one that is not closed: it gets a cap
         kEndsSubpath = 2,  // the last edge of one that is not closed
     };
-    typedef KxcPrimitiveArray<INT64> KxcPrimitiveTranslatorLengths; // 16.16, from the path's start to each edge's end
-    typedef KxcPrimitiveArray<UINT8> KxcPrimitiveTranslatorFlags;   // EdgeFlag bits of each edge
+    typedef KxcPrimitiveArray<KxcINT64>
+        KxcPrimitiveTranslatorLengths;                               // 16.16, from the path's start to each edge's end
+    typedef KxcPrimitiveArray<KxcUINT8> KxcPrimitiveTranslatorFlags; // EdgeFlag bits of each edge
     class Stroker;
     class Dasher;
 
@@ -247,15 +248,15 @@ private:
         return {m_current.x + m_current.x - m_lastControl.x, m_current.y + m_current.y - m_lastControl.y};
     }
     bool canDraw() const { return m_movePending || m_points->getCount() > 0; }
-    INT64 deviceLength(const KxcVector2& from, const KxcVector2& to) const; // 16.16, in pixels
-    INT32 curveSegments(INT64 length, INT32 least, INT32 most) const;
-    INT32 gridShift() const { return m_antialiasing ? 3 : 0; }
+    KxcINT64 deviceLength(const KxcVector2& from, const KxcVector2& to) const; // 16.16, in pixels
+    KxcINT32 curveSegments(KxcINT64 length, KxcINT32 least, KxcINT32 most) const;
+    KxcINT32 gridShift() const { return m_antialiasing ? 3 : 0; }
 
-    bool setClipping(INT32 width, INT32 height);
-    bool applyPaint(const Paint& paint, INT32 opacity);
+    bool setClipping(KxcINT32 width, KxcINT32 height);
+    bool applyPaint(const Paint& paint, KxcINT32 opacity);
     void calculatePerceivedValues();
     void calculateFilling();
-    void render(INT32 rule, UINT8* pixels, INT32 pitch);
+    void render(KxcINT32 rule, KxcUINT8* pixels, KxcINT32 pitch);
 
     void calculateStroking();
     void calculateEdgeLengths();
@@ -266,7 +267,7 @@ private:
     void createRoundingCircle();
     void addRoundingCircle(const KxcVector2& point);
     void addPolygonCircle(const KxcVector2& point);
-    void resetCircleArray(INT32 count);
+    void resetCircleArray(KxcINT32 count);
     void deleteCircleArray();
 
     KxcRectangle m_clip;
@@ -274,14 +275,14 @@ private:
     KxcGLSurface* m_target;
     KxcPrimitiveDraw* m_renderer;
     KxcMatrix3 m_transformation;
-    INT64 m_rowLength[2]; // of its upper part, 16.16: what a unit becomes
+    KxcINT64 m_rowLength[2]; // of its upper part, 16.16: what a unit becomes
     KxcFixed m_curveSmoothLength;
     Paint m_fill, m_stroke;
-    INT32 m_fillOpacity, m_strokeOpacity, m_fillRule;
+    KxcINT32 m_fillOpacity, m_strokeOpacity, m_fillRule;
     KxcFixed m_strokeWidth;
-    INT32 m_lineCap, m_lineJoin;
+    KxcINT32 m_lineCap, m_lineJoin;
     KxcFixed m_perceivedWidth; // 0: the stroke is too thin to be seen
-    INT32 m_perceivedOpacity, m_perceivedJoin, m_perceivedCap;
+    KxcINT32 m_perceivedOpacity, m_perceivedJoin, m_perceivedCap;
     KxcFixed m_miterLimit;
     KxcPrimitiveArray<KxcFixed> m_dashes;
     KxcFixed m_dashOffset;
@@ -296,14 +297,14 @@ private:
 
     bool m_movePending;
     KxcVector2 m_current, m_lastControl, m_subpathStart;
-    INT32 m_firstPoint, m_firstEdge; // of the subpath
+    KxcINT32 m_firstPoint, m_firstEdge; // of the subpath
 
     bool m_circleDirty, m_perceivedDirty;
     KxcPrimitiveDrawIndexedPrimitive *m_leftHalf, *m_rightHalf; // owned: a disc of half the stroke's width, or null
-    INT32 m_circleRadius;                                       // of it, in the grid
+    KxcINT32 m_circleRadius;                                    // of it, in the grid
     bool m_circleIsRound;                                       // on the surface; else it is built like the stroke
     KxcPrimitiveDrawIndexedPrimitive* m_circles;                // owned: the instances that are placed
-    INT32 m_circleCapacity, m_circleCount;
+    KxcINT32 m_circleCapacity, m_circleCount;
     bool m_antialiasing;
 };
 

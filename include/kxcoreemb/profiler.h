@@ -22,7 +22,7 @@ public:
     static void addEvent(const char* name); ///< adds the milliseconds since the last event, a line, and the name
     /// Ends a frame: adds the frames a second, averaged over windows of up to 50 frames. Within the first millisecond
     /// of a window nothing is added. @param mode  bit 0: that alone; else the times since the last event and frame, too
-    static void frameEvent(INT32 mode);
+    static void frameEvent(KxcINT32 mode);
     /// Clears the text; unless a string is null, writes the prefix, then as addEvent(name). Time starts anew.
     static void resetEvent(const char* prefix, const char* name);
 
@@ -30,7 +30,7 @@ public:
 
     /// Begins to sample; the file is made now and written by endSampler(). Ends the sampler that runs.
     /// @param fileName  as for KxcFile::open @param paused  1: until resumeSampler()
-    static void startSampler(const char* fileName, INT32 paused);
+    static void startSampler(const char* fileName, KxcINT32 paused);
     static void pauseSampler();
     static void resumeSampler();
     static void endSampler(); ///< writes the samples as they are in memory, 4 bytes each

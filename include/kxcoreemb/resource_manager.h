@@ -15,7 +15,7 @@ class KXC_API KxcResource
 {
 public:
     /// Fills the data, as many bytes as were registered. @return not 0 on success; the base fills nothing and returns 1
-    virtual INT32 callback(void* data);
+    virtual KxcINT32 callback(void* data);
     virtual ~KxcResource();
 
 protected:
@@ -24,13 +24,13 @@ protected:
     KxcResource& operator=(const KxcResource&) = delete;
 
     /// The KxcResourceManager operation of the same name, for this object's handle.
-    void createResource(UINT32 size);
-    void createResource(UINT32 size, UINT32 flags);
+    void createResource(KxcUINT32 size);
+    void createResource(KxcUINT32 size, KxcUINT32 flags);
     void* lockResource();
-    INT32 unlockResource();
-    INT32 removeResource();
+    KxcINT32 unlockResource();
+    KxcINT32 removeResource();
 
-    INT32 m_handle = -1; ///< -1 before createResource, and when it failed
+    KxcINT32 m_handle = -1; ///< -1 before createResource, and when it failed
 };
 
 /// The manager of all resources; its budget is KxcAppPrefs::resourceMemoryLimit.
@@ -42,18 +42,18 @@ class KXC_API KxcResourceManager
 {
 public:
     /// Registers a resource. @param size in bytes @return its handle, positive; -1 when memory runs out
-    static INT32 createResource(KxcResource* owner, UINT32 size);
+    static KxcINT32 createResource(KxcResource* owner, KxcUINT32 size);
     /// @param flags  bit 0: resident, that is loaded now if it fits, and never evicted or removed
-    static INT32 createResource(KxcResource* owner, UINT32 size, UINT32 flags);
+    static KxcINT32 createResource(KxcResource* owner, KxcUINT32 size, KxcUINT32 flags);
     /// The data, loaded first if need be, and kept until unlockResource. Locks do not nest.
     /// @return null when it is locked already, does not fit the budget, or its owner could not fill it
-    static void* lockResource(INT32 handle);
-    static INT32 unlockResource(INT32 handle);  ///< 1 when it was locked
-    static INT32 queryResource(INT32 handle);   ///< 1 when its data is in memory
-    static INT32 preloadResource(INT32 handle); ///< locks and unlocks; 1 on success
-    static void preloadResources();             ///< loads all that fits without evicting anything
-    static INT32 evictResource(INT32 handle);   ///< 1 when the data of an unlocked, not resident resource was freed
+    static void* lockResource(KxcINT32 handle);
+    static KxcINT32 unlockResource(KxcINT32 handle);  ///< 1 when it was locked
+    static KxcINT32 queryResource(KxcINT32 handle);   ///< 1 when its data is in memory
+    static KxcINT32 preloadResource(KxcINT32 handle); ///< locks and unlocks; 1 on success
+    static void preloadResources();                   ///< loads all that fits without evicting anything
+    static KxcINT32 evictResource(KxcINT32 handle); ///< 1 when the data of an unlocked, not resident resource was freed
     static void evictResources();
-    static INT32 removeResource(INT32 handle); ///< forgets one that is not resident; 1 when it did
+    static KxcINT32 removeResource(KxcINT32 handle); ///< forgets one that is not resident; 1 when it did
     static void removeResources();
 };

@@ -32,14 +32,14 @@ public:
 
     /// Encodes what a surface shows. Paletted surfaces are read through their palette.
     /// @return a sprite of size 0 when all is transparent; null when memory runs out or the surface cannot be locked
-    static KxcRLESprite* create(KxcGLSurface* surface, UINT32 mask, UINT32 key);
+    static KxcRLESprite* create(KxcGLSurface* surface, KxcUINT32 mask, KxcUINT32 key);
     /// Takes over an encoding, for example from a file; everything is copied.
     /// @param lineTable   where each row starts: `height` indices into the data
     /// @param dataLength  in words
     /// @return null when memory runs out, or the encoding is none: a row that starts or ends outside the data, is wider
     ///         than the sprite, repeats before there is a pixel, or has an alpha above 32
-    static KxcRLESprite* create(INT32 width, INT32 height, INT32 xOffset, INT32 yOffset, const INT32* lineTable,
-                                const UINT16* data, INT32 dataLength);
+    static KxcRLESprite* create(KxcINT32 width, KxcINT32 height, KxcINT32 xOffset, KxcINT32 yOffset,
+                                const KxcINT32* lineTable, const KxcUINT16* data, KxcINT32 dataLength);
     ~KxcRLESprite();
 
     KxcRLESprite(const KxcRLESprite&) = delete;
@@ -47,59 +47,62 @@ public:
 
     /// The smallest rectangle that holds all pixels that are not transparent; of size 0 when there are none. When the
     /// surface cannot be locked, all of it.
-    static void getExtents(KxcGLSurface* surface, KxcRectangle* result, UINT32 mask, UINT32 key);
+    static void getExtents(KxcGLSurface* surface, KxcRectangle* result, KxcUINT32 mask, KxcUINT32 key);
     /// Encodes one row of pixels.
     /// @param out     receives at most 3 x width + 1 words
     /// @param format  a KXCSURFACEFORMAT_ but PALETTE8, with its bytesPerPixel; the row need not be aligned
     /// @return the words written, with the one that ends the row
-    static INT32 compressLine(const UINT8* row, UINT16* out, UINT32 mask, UINT32 key, UINT32 width, INT32 format,
-                              INT32 bytesPerPixel);
+    static KxcINT32 compressLine(const KxcUINT8* row, KxcUINT16* out, KxcUINT32 mask, KxcUINT32 key, KxcUINT32 width,
+                                 KxcINT32 format, KxcINT32 bytesPerPixel);
     /// Reads a pixel as a sprite keeps it: alpha 0..32 in bits 31..24, colours & 0xF8F8F8 below.
-    static UINT32 getSourceColor(const UINT8* pixel, INT32 format, INT32 bytesPerPixel);
+    static KxcUINT32 getSourceColor(const KxcUINT8* pixel, KxcINT32 format, KxcINT32 bytesPerPixel);
 
-    INT32 getWidth() const { return m_width; }
-    INT32 getHeight() const { return m_height; }
-    INT32 getXOffset() const { return m_xOffset; }
-    INT32 getYOffset() const { return m_yOffset; }
-    void setXOffset(INT32 xOffset) { m_xOffset = xOffset; }
-    void setYOffset(INT32 yOffset) { m_yOffset = yOffset; }
+    KxcINT32 getWidth() const { return m_width; }
+    KxcINT32 getHeight() const { return m_height; }
+    KxcINT32 getXOffset() const { return m_xOffset; }
+    KxcINT32 getYOffset() const { return m_yOffset; }
+    void setXOffset(KxcINT32 xOffset) { m_xOffset = xOffset; }
+    void setYOffset(KxcINT32 yOffset) { m_yOffset = yOffset; }
     // The encoding was checked when the sprite was made, and is only read from then on.
-    const INT32* getLineTable() const { return m_lineTable; }
-    const UINT16* getData() const { return m_data; }
-    INT32 getDataLength() const { return m_dataLength; } ///< in words
+    const KxcINT32* getLineTable() const { return m_lineTable; }
+    const KxcUINT16* getData() const { return m_data; }
+    KxcINT32 getDataLength() const { return m_dataLength; } ///< in words
 
     /// Finds what a clip rectangle leaves of the sprite at (x, y).
     /// @param clip  in the target's pixels; null leaves everything
     /// @param firstColumn, endColumn, firstRow, endRow  receive the visible part of the sprite, without the ends
     /// @param left, top  receive where on the target the sprite's column and row 0 lie
     /// @return 0 when nothing is visible
-    INT32 initBlit(const KxcRectangle* clip, INT32 y, INT32 x, INT32& firstColumn, INT32& endColumn, INT32& left,
-                   INT32& firstRow, INT32& endRow, INT32& top) const;
+    KxcINT32 initBlit(const KxcRectangle* clip, KxcINT32 y, KxcINT32 x, KxcINT32& firstColumn, KxcINT32& endColumn,
+                      KxcINT32& left, KxcINT32& firstRow, KxcINT32& endRow, KxcINT32& top) const;
 
     // Drawing, within the clip rectangle and the target; a null clip is all of the target.
 
     /// @param type, value  a KXCBLEND_ and its strength 0..255. Translucent pixels count by their alpha; KXCBLEND_NONE
     ///                     lays the sprite over the target, and so does KXCBLEND_ALPHA with 255
-    void blit(KxcGLSurface* target, const KxcRectangle* clip, INT32 x, INT32 y, INT32 type, INT32 value) const;
+    void blit(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y, KxcINT32 type,
+              KxcINT32 value) const;
     /// Lays the sprite over a 55X5 surface; other formats are left as they are.
-    void blitFast55X5(KxcGLSurface* target, const KxcRectangle* clip, INT32 x, INT32 y) const;
+    void blitFast55X5(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y) const;
     /// @param weight  0..32; these are blit() with KXCBLEND_ADD, _MUL and _INVMUL
-    void blitAdditive(KxcGLSurface* target, const KxcRectangle* clip, INT32 x, INT32 y, INT32 weight) const;
-    void blitMultiplicative(KxcGLSurface* target, const KxcRectangle* clip, INT32 x, INT32 y, INT32 weight) const;
-    void blitInverseMultiplicative(KxcGLSurface* target, const KxcRectangle* clip, INT32 x, INT32 y,
-                                   INT32 weight) const;
+    void blitAdditive(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y, KxcINT32 weight) const;
+    void blitMultiplicative(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y,
+                            KxcINT32 weight) const;
+    void blitInverseMultiplicative(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y,
+                                   KxcINT32 weight) const;
     /// blit() onto any format but PALETTE8; on 55X5 surfaces it gives the same by a longer way.
-    void blitGeneric(KxcGLSurface* target, const KxcRectangle* clip, INT32 x, INT32 y, INT32 type, UINT32 value) const;
+    void blitGeneric(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y, KxcINT32 type,
+                     KxcUINT32 value) const;
 
 private:
     KxcRLESprite();
-    INT32 init(INT32 width, INT32 height, INT32 xOffset, INT32 yOffset, INT32 dataLength);
+    KxcINT32 init(KxcINT32 width, KxcINT32 height, KxcINT32 xOffset, KxcINT32 yOffset, KxcINT32 dataLength);
     void unfold();
 
-    INT32 m_width, m_height, m_xOffset, m_yOffset;
-    INT32* m_lineTable; // owned, as is the data
-    UINT16* m_data;
-    INT32 m_dataLength;
-    INT32* m_laidLines; // owned where they are not the two above: the encoding that blitFast55X5() draws
-    UINT16* m_laidData;
+    KxcINT32 m_width, m_height, m_xOffset, m_yOffset;
+    KxcINT32* m_lineTable; // owned, as is the data
+    KxcUINT16* m_data;
+    KxcINT32 m_dataLength;
+    KxcINT32* m_laidLines; // owned where they are not the two above: the encoding that blitFast55X5() draws
+    KxcUINT16* m_laidData;
 };

@@ -6,7 +6,7 @@
 class KxcStreamWorker;
 
 /// What sockets call families, types, protocols, levels, options and commands; the platform's own numbers stay hidden.
-enum KXCSOCKET : INT32
+enum KXCSOCKET : KxcINT32
 {
     KXCSOCKET_STREAM = 1,        ///< type
     KXCSOCKET_DATAGRAM = 2,      ///< type
@@ -17,11 +17,11 @@ enum KXCSOCKET : INT32
     KXCSOCKET_TCP = 8,           ///< level, protocol
     KXCSOCKET_UDP = 9,           ///< protocol
     KXCSOCKET_IP = 10,           ///< protocol
-    KXCSOCKET_BROADCAST = 11,    ///< option, INT32: 1 allows sending to everybody
-    KXCSOCKET_KEEPALIVE = 12,    ///< option, INT32
-    KXCSOCKET_REUSEADDRESS = 13, ///< option, INT32
-    KXCSOCKET_SENDBUFFER = 14,   ///< option, INT32: bytes
-    KXCSOCKET_RECVBUFFER = 16    ///< option, INT32: bytes
+    KXCSOCKET_BROADCAST = 11,    ///< option, KxcINT32: 1 allows sending to everybody
+    KXCSOCKET_KEEPALIVE = 12,    ///< option, KxcINT32
+    KXCSOCKET_REUSEADDRESS = 13, ///< option, KxcINT32
+    KXCSOCKET_SENDBUFFER = 14,   ///< option, KxcINT32: bytes
+    KXCSOCKET_RECVBUFFER = 16    ///< option, KxcINT32: bytes
 };
 
 /// Told what became of a stream socket's operation. Called on a thread of the engine's, never with a lock held.
@@ -29,11 +29,11 @@ class KXC_API KxcAsyncCallBack
 {
 public:
     virtual ~KxcAsyncCallBack();
-    virtual void actionReady(INT32 value) = 0;  ///< connected, or accepted; 0
-    virtual void actionFailed(INT32 value) = 0; ///< -1; the operation has ended
-    virtual void actionCancel(INT32 value) = 0; ///< the peer ended the stream; 0
-    virtual void actionReceive(const char* data, INT32 length) = 0;
-    virtual void actionSend(INT32 length) = 0; ///< so many bytes were handed to the system
+    virtual void actionReady(KxcINT32 value) = 0;  ///< connected, or accepted; 0
+    virtual void actionFailed(KxcINT32 value) = 0; ///< -1; the operation has ended
+    virtual void actionCancel(KxcINT32 value) = 0; ///< the peer ended the stream; 0
+    virtual void actionReceive(const char* data, KxcINT32 length) = 0;
+    virtual void actionSend(KxcINT32 length) = 0; ///< so many bytes were handed to the system
 };
 
 /// One socket of the system. Numbers that stand for the system's are KXCSOCKET_ values.
@@ -48,25 +48,25 @@ public:
     KxcSocket& operator=(const KxcSocket&) = delete;
 
     /// Makes the system's socket, closing an earlier one. @return 0 or -1
-    INT32 open(INT32 familyIndex, INT32 typeIndex, INT32 protocolIndex);
+    KxcINT32 open(KxcINT32 familyIndex, KxcINT32 typeIndex, KxcINT32 protocolIndex);
     void close();                 ///< also ends what KxcStreamSocket was asked for
     void* getHandle() const;      ///< the system's handle; all bits set when closed
     void setHandle(void* handle); ///< takes the handle over without closing the earlier one
     /// @param length  of the value in bytes, as received by the system
-    INT32 getOption(INT32 levelIndex, INT32 optionIndex, void* value, INT32* length);
-    INT32 setOption(INT32 levelIndex, INT32 optionIndex, const void* value, INT32 length);
-    INT32 ioctl(INT32 commandIndex, UINT32* argument);
-    INT32 getLocalAddress(KxcAddress& address); ///< where it is bound
-    INT32 getRemoteAddr(KxcAddress& address);   ///< whom it is connected to
+    KxcINT32 getOption(KxcINT32 levelIndex, KxcINT32 optionIndex, void* value, KxcINT32* length);
+    KxcINT32 setOption(KxcINT32 levelIndex, KxcINT32 optionIndex, const void* value, KxcINT32 length);
+    KxcINT32 ioctl(KxcINT32 commandIndex, KxcUINT32* argument);
+    KxcINT32 getLocalAddress(KxcAddress& address); ///< where it is bound
+    KxcINT32 getRemoteAddr(KxcAddress& address);   ///< whom it is connected to
 
 protected:
     KxcSocket();
-    INT32 handle; // the platform's; -1 when closed
+    KxcINT32 handle; // the platform's; -1 when closed
 
 private:
     friend class KxcStreamSocket;
     friend class KxcStreamWorker;
-    INT32 backlog;     // of connections that wait to be accepted, as listen() noted it
+    KxcINT32 backlog;  // of connections that wait to be accepted, as listen() noted it
     bool backlogNoted; // listen() was called
     bool requested;    // the stream worker may know this socket
 };
@@ -77,10 +77,10 @@ class KXC_API KxcDgramSocket : public KxcSocket
 public:
     static KxcDgramSocket* create(); ///< without a system's socket yet; null when memory runs out
     using KxcSocket::open;
-    INT32 open(const KxcAddress& local); ///< makes the system's socket and binds it. @return 0 or -1
+    KxcINT32 open(const KxcAddress& local); ///< makes the system's socket and binds it. @return 0 or -1
     /// @return the bytes sent or received, or -1: also when a socket that never waits has nothing to read
-    INT32 sendTo(const char* data, INT32 length, INT32 flags, const KxcAddress& to);
-    INT32 recvFrom(char* buffer, INT32 length, INT32 flags, KxcAddress& from);
+    KxcINT32 sendTo(const char* data, KxcINT32 length, KxcINT32 flags, const KxcAddress& to);
+    KxcINT32 recvFrom(char* buffer, KxcINT32 length, KxcINT32 flags, KxcAddress& from);
 
 private:
     KxcDgramSocket() = default;
@@ -94,30 +94,30 @@ private:
 class KXC_API KxcStreamSocket : public KxcSocket
 {
 public:
-    static KxcStreamSocket* create(INT32 reserved = 0); ///< an IPv4 stream; null when the system has none left
+    static KxcStreamSocket* create(KxcINT32 reserved = 0); ///< an IPv4 stream; null when the system has none left
     ~KxcStreamSocket() override;
     using KxcSocket::open;
 
-    INT32 bind(KxcAddress& local); ///< @return 0 or -1
+    KxcINT32 bind(KxcAddress& local); ///< @return 0 or -1
     /// The first call notes the backlog for open() and answers 0; further calls listen at once.
-    INT32 listen(INT32 backlog);
+    KxcINT32 listen(KxcINT32 backlog);
     /// Connects. @return 0, and the callback's actionReady(0) or actionFailed(-1) follows; -1 when that failed at once
-    INT32 open(const KxcAddress& remote, KxcAsyncCallBack* callback);
+    KxcINT32 open(const KxcAddress& remote, KxcAsyncCallBack* callback);
     /// Takes the next connection that arrives at `listening`, then actionReady(0) or actionFailed(-1). @return 0 or -1
-    INT32 open(KxcSocket& listening, KxcAsyncCallBack* callback);
+    KxcINT32 open(KxcSocket& listening, KxcAsyncCallBack* callback);
 
-    INT32 recv(char* buffer, INT32 length, INT32 flags); ///< @return bytes; 0 at the end of the stream; -1
-    INT32 send(const char* data, INT32 length, INT32 flags);
+    KxcINT32 recv(char* buffer, KxcINT32 length, KxcINT32 flags); ///< @return bytes; 0 at the end of the stream; -1
+    KxcINT32 send(const char* data, KxcINT32 length, KxcINT32 flags);
     /// From now on hands what arrives to the callback (actionReceive), until the stream ends (actionCancel) or breaks
     /// (actionFailed). @return 0, also when it already does; -1 when ten sockets are served
-    INT32 recv(KxcAsyncCallBack* callback);
+    KxcINT32 recv(KxcAsyncCallBack* callback);
     /// Sends what the system takes at once; actionSend tells how much. Also begins to hand over what arrives.
     /// @return the bytes sent, or -1
-    INT32 send(const char* data, INT32 length, KxcAsyncCallBack* callback);
+    KxcINT32 send(const char* data, KxcINT32 length, KxcAsyncCallBack* callback);
 
 private:
     friend class KxcStreamWorker;
     KxcStreamSocket() = default;
     static KxcStreamWorker* worker(); // the core's, which begins to work now; null without a core
-    INT32 stopWaiting();              // never waits from now on; 0 or -1
+    KxcINT32 stopWaiting();           // never waits from now on; 0 or -1
 };

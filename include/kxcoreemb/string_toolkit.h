@@ -4,7 +4,7 @@
 
 #include <kxcoreemb/base.h>
 
-/// Helpers for NUL-terminated strings of 8-bit characters, and of 16-bit ones where CHAR16 says so. All static.
+/// Helpers for NUL-terminated strings of 8-bit characters, and of 16-bit ones where KxcCHAR16 says so. All static.
 ///
 /// Ownership  functions that return a new string allocate it with new[]; the caller releases it with delete[].
 /// Failure    a null string is accepted everywhere and gives 0, unless a member says otherwise; a new string is null
@@ -15,12 +15,12 @@
 ///
 ///   -       pad on the right, with blanks            +     always write the sign of d and i
 ///   0       before the width: pad with zeros         .     the precision follows
-///   1..9    width, or after "." precision            *     take it from the next INT32 argument (a negative width
-///   # l L h accepted, without effect                       left-justifies, a negative precision counts as none)
+///   1..9    width, or after "." precision            *     take it from the next KxcINT32 argument (a negative
+///   # l L h accepted, without effect                       width left-justifies, a negative precision counts as none)
 ///
-///   c       a character                              x     UINT32: hexadecimal, lower case digits
-///   d i     INT32                                    X p   hexadecimal, upper case digits: UINT32, pointer
-///   u o b   UINT32: decimal, octal, binary           n     stores the characters so far through an INT32*
+///   c       a character                              x     KxcUINT32: hexadecimal, lower case digits
+///   d i     KxcINT32                                 X p   hexadecimal, upper case digits: KxcUINT32, pointer
+///   u o b   KxcUINT32: decimal, octal, binary        n     stores the characters so far through a KxcINT32*
 ///   s       a string, cut at the precision; a null one prints "(null)"
 ///   f e E g G   a double, 6 decimals when no precision is given; rounded half up at the last printed digit, with the
 ///           layout of the C library in the "C" locale, whatever the program's locale is
@@ -33,23 +33,23 @@ class KXC_API KxcStringToolkit
 public:
     /// Writes at most size - 1 characters and a NUL; with a size of 0 or less, or no destination, it only measures.
     /// @return the length of the complete result + 1, also when it was cut; 0 without a format string
-    static INT32 formatVarArgs(char* destination, INT32 size, const char* text, va_list arguments);
-    static INT32 format(char* destination, INT32 size, const char* text, ...);
+    static KxcINT32 formatVarArgs(char* destination, KxcINT32 size, const char* text, va_list arguments);
+    static KxcINT32 format(char* destination, KxcINT32 size, const char* text, ...);
     /// The same with a size of 0xFFFFFF: the caller vouches for the room.
-    static INT32 formatVarArgs(char* destination, const char* text, va_list arguments);
-    static INT32 format(char* destination, const char* text, ...);
+    static KxcINT32 formatVarArgs(char* destination, const char* text, va_list arguments);
+    static KxcINT32 format(char* destination, const char* text, ...);
     /// Formats into a new string of the size that it needs.
     static char* allocatedFormatVarArgs(const char* text, va_list arguments);
     static char* allocatedFormat(const char* text, ...);
 
     /// 1 when the whole text matches the pattern: "?" is any one character, "*" any run of them, also an empty one.
     /// Takes at most as many steps as the lengths' product. A null pattern matches a null text only.
-    static INT32 matchWildcard(const char* pattern, const char* text);
-    static INT32 matchWildcardIgnoreCase(const char* pattern, const char* text); ///< 'a'..'z' equal 'A'..'Z'
+    static KxcINT32 matchWildcard(const char* pattern, const char* text);
+    static KxcINT32 matchWildcardIgnoreCase(const char* pattern, const char* text); ///< 'a'..'z' equal 'A'..'Z'
     /// Counts the occurrences of the needle that do not overlap. An empty needle occurs in an empty haystack once, and
     /// nowhere else.
-    static INT32 match(const char* needle, const char* haystack);
-    static INT32 matchIgnoreCase(const char* needle, const char* haystack);
+    static KxcINT32 match(const char* needle, const char* haystack);
+    static KxcINT32 matchIgnoreCase(const char* needle, const char* haystack);
     /// The first occurrence of the substring, or null. A null substring gives the string, an empty string null.
     static const char* find(const char* string, const char* substring);
     /// The last occurrence of the character, where 0 finds the terminator. Null when there is none, and also when the
@@ -57,14 +57,14 @@ public:
     static const char* findLast(const char* string, char character);
 
     /// 0 when equal; 1 when the first is null, -1 when the second is; else the first difference, as signed characters.
-    static INT32 compare(const char* a, const char* b);
-    static INT32 compareIgnoreCase(const char* a, const char* b);
+    static KxcINT32 compare(const char* a, const char* b);
+    static KxcINT32 compareIgnoreCase(const char* a, const char* b);
 
-    static INT32 getLength(const char* string);        ///< characters before the NUL
-    static INT32 getLengthInBytes(const char* string); ///< the same count
+    static KxcINT32 getLength(const char* string);        ///< characters before the NUL
+    static KxcINT32 getLengthInBytes(const char* string); ///< the same count
     static char* copy(const char* string);
-    static char* copy(const CHAR16* string);         ///< keeps the low byte of every character
-    static CHAR16* copyToCHAR16(const char* string); ///< widens signed characters: 0x80 becomes 0xFF80
+    static char* copy(const KxcCHAR16* string);         ///< keeps the low byte of every character
+    static KxcCHAR16* copyToCHAR16(const char* string); ///< widens signed characters: 0x80 becomes 0xFF80
     /// The first, the separator unless it is 0, the second; null when either is null.
     static char* concat(const char* first, const char* second, char separator);
     static void toLowerCase(char* string); ///< in place, 'A'..'Z' only
@@ -76,9 +76,9 @@ public:
     /// Reads a whole number that fills the string: a sign, "0x" or "#" (hexadecimal), "0o" (octal) or "0b" (binary),
     /// digits; wraps at 32 bits. A sign or a prefix alone is 0.
     /// @param success  null, or receives 1, or 0 when the string is empty or holds anything else; the result is 0 then
-    static INT32 toINT32(const char* string, INT32* success);
+    static KxcINT32 toINT32(const char* string, KxcINT32* success);
     /// Reads a decimal number that fills the string: a sign, digits, "." and digits, "e" and an exponent. Every digit
     /// counts; the result is the float nearest to the number, infinite when that is too large.
     /// @param success  null, or receives 1, or 0 when the string holds no digits or anything else; the result is 0 then
-    static FLOAT32 toFLOAT32(const char* string, INT32* success);
+    static KxcFLOAT32 toFLOAT32(const char* string, KxcINT32* success);
 };

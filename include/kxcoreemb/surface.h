@@ -10,14 +10,14 @@ struct KxcBlit;
 struct KxcGLSurfaceDescriptor;
 
 /// What lock() is asked for.
-enum KXCLOCK : INT32
+enum KXCLOCK : KxcINT32
 {
     KXCLOCK_DISCARD = 0x100, ///< the old pixels are not wanted: all are about to be written
     KXCLOCK_READONLY = 0x200 ///< nothing is written back
 };
 
 /// How drawImageTransform() turns the source: mirrors, and one rotation.
-enum KXCTRANSFORM : UINT32
+enum KXCTRANSFORM : KxcUINT32
 {
     KXCTRANSFORM_MIRRORX = 1,    ///< left and right change places
     KXCTRANSFORM_MIRRORY = 2,    ///< top and bottom change places
@@ -40,7 +40,7 @@ public:
     /// @param width, height  1 or more; a surface of more than 2^31 - 1 bytes is refused
     /// @param format  a KXCSURFACEFORMAT_ value; 0 stands for KXCSURFACEFORMAT_55X5
     /// @return null when an argument is refused or memory runs out; the pixels are undefined until something draws them
-    static KxcGLSurface* create(INT32 width, INT32 height, INT32 format);
+    static KxcGLSurface* create(KxcINT32 width, KxcINT32 height, KxcINT32 format);
     virtual ~KxcGLSurface();
 
     /// Opens the pixels for reading and writing until unlock().
@@ -50,30 +50,30 @@ public:
     ///                surface opens only as what it is, and no other opens as paletted
     /// @param flags   KXCLOCK_ bits
     /// @return bytes from one row to the next; 0 when already locked, refused or out of memory
-    virtual INT32 lock(void** pixels, INT32 format, INT32 flags);
+    virtual KxcINT32 lock(void** pixels, KxcINT32 format, KxcINT32 flags);
     virtual void unlock();
 
     KxcGLSurface(const KxcGLSurface&) = delete;
     KxcGLSurface& operator=(const KxcGLSurface&) = delete;
 
-    INT32 getWidth() const;
-    INT32 getHeight() const;
-    INT32 getFormat() const;
+    KxcINT32 getWidth() const;
+    KxcINT32 getHeight() const;
+    KxcINT32 getFormat() const;
 
     /// Pixels of this colour are not drawn onto other surfaces while the key is enabled. The key is converted to the
     /// surface's format before it is compared.
-    void setColorKey(INT32 color);
-    INT32 getColorKey() const;
-    void enableColorKey(INT32 enable);
+    void setColorKey(KxcINT32 color);
+    KxcINT32 getColorKey() const;
+    void enableColorKey(KxcINT32 enable);
 
     /// Sets every pixel to the colour, without blending. Paletted surfaces are left as they are, here and below.
-    void clear(UINT32 color);
+    void clear(KxcUINT32 color);
     /// Fills the part of the rectangle that lies on the surface, blended by the colour's alpha.
-    void drawFilledRect(INT32 x, INT32 y, INT32 width, INT32 height, UINT32 color);
+    void drawFilledRect(KxcINT32 x, KxcINT32 y, KxcINT32 width, KxcINT32 height, KxcUINT32 color);
     /// Draws a line one pixel thick, both ends included, blended by the colour's alpha.
-    void drawLine(KxcFixed x1, KxcFixed y1, KxcFixed x2, KxcFixed y2, UINT32 color);
+    void drawLine(KxcFixed x1, KxcFixed y1, KxcFixed x2, KxcFixed y2, KxcUINT32 color);
     /// Draws a smooth line; only on 55X5 surfaces. @param color  0x00RRGGBB
-    void drawAALine(KxcFixed x1, KxcFixed y1, KxcFixed x2, KxcFixed y2, UINT32 color);
+    void drawAALine(KxcFixed x1, KxcFixed y1, KxcFixed x2, KxcFixed y2, KxcUINT32 color);
 
     // Drawing an image, in four families: as it is, blended, transformed, both.
     //
@@ -89,59 +89,65 @@ public:
     // formats that KxcPixelBlender::getBlendingFormat() names.
 
     void drawImage(KxcGLSurface* source);
-    void drawImage(KxcGLSurface* source, INT32 x, INT32 y);
-    void drawImage(KxcGLSurface* source, INT32 x, INT32 y, INT32 width);
-    void drawImage(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 height);
+    void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y);
+    void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width);
+    void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width, KxcINT32 height);
     void drawImage(KxcGLSurface* source, const KxcRectangle& rect);
-    void drawImage(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect);
-    void drawImage(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width);
-    void drawImage(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width, INT32 height);
+    void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect);
+    void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width);
+    void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width,
+                   KxcINT32 height);
 
-    void drawImageBlend(KxcGLSurface* source, INT32 type, INT32 value);
-    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 type, INT32 value);
-    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 type, INT32 value);
-    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 height, INT32 type, INT32 value);
-    void drawImageBlend(KxcGLSurface* source, const KxcRectangle& rect, INT32 type, INT32 value);
-    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 type, INT32 value);
-    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width, INT32 type,
-                        INT32 value);
-    void drawImageBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width, INT32 height,
-                        INT32 type, INT32 value);
+    void drawImageBlend(KxcGLSurface* source, KxcINT32 type, KxcINT32 value);
+    void drawImageBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 type, KxcINT32 value);
+    void drawImageBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width, KxcINT32 type, KxcINT32 value);
+    void drawImageBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width, KxcINT32 height, KxcINT32 type,
+                        KxcINT32 value);
+    void drawImageBlend(KxcGLSurface* source, const KxcRectangle& rect, KxcINT32 type, KxcINT32 value);
+    void drawImageBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 type,
+                        KxcINT32 value);
+    void drawImageBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width,
+                        KxcINT32 type, KxcINT32 value);
+    void drawImageBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width,
+                        KxcINT32 height, KxcINT32 type, KxcINT32 value);
 
-    void drawImageTransform(KxcGLSurface* source, UINT32 flags);
-    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, UINT32 flags);
-    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, UINT32 flags);
-    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 height, UINT32 flags);
-    void drawImageTransform(KxcGLSurface* source, const KxcRectangle& rect, UINT32 flags);
-    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, UINT32 flags);
-    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width,
-                            UINT32 flags);
-    void drawImageTransform(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width, INT32 height,
-                            UINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, KxcUINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcUINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width, KxcUINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width, KxcINT32 height,
+                            KxcUINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, const KxcRectangle& rect, KxcUINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcUINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width,
+                            KxcUINT32 flags);
+    void drawImageTransform(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width,
+                            KxcINT32 height, KxcUINT32 flags);
 
-    void drawImageTransformBlend(KxcGLSurface* source, INT32 type, INT32 value, UINT32 flags);
-    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 type, INT32 value, UINT32 flags);
-    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 type, INT32 value,
-                                 UINT32 flags);
-    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, INT32 width, INT32 height, INT32 type,
-                                 INT32 value, UINT32 flags);
-    void drawImageTransformBlend(KxcGLSurface* source, const KxcRectangle& rect, INT32 type, INT32 value, UINT32 flags);
-    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 type,
-                                 INT32 value, UINT32 flags);
-    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width,
-                                 INT32 type, INT32 value, UINT32 flags);
-    void drawImageTransformBlend(KxcGLSurface* source, INT32 x, INT32 y, const KxcRectangle& rect, INT32 width,
-                                 INT32 height, INT32 type, INT32 value, UINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, KxcINT32 type, KxcINT32 value, KxcUINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 type, KxcINT32 value,
+                                 KxcUINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width, KxcINT32 type,
+                                 KxcINT32 value, KxcUINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width, KxcINT32 height,
+                                 KxcINT32 type, KxcINT32 value, KxcUINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, const KxcRectangle& rect, KxcINT32 type, KxcINT32 value,
+                                 KxcUINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 type,
+                                 KxcINT32 value, KxcUINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width,
+                                 KxcINT32 type, KxcINT32 value, KxcUINT32 flags);
+    void drawImageTransformBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width,
+                                 KxcINT32 height, KxcINT32 type, KxcINT32 value, KxcUINT32 flags);
 
 protected:
     KxcGLSurface(); ///< create() is the only way in; derived classes fill m_surface in theirs
-    INT32 init(INT32 width, INT32 height, INT32 format);
+    KxcINT32 init(KxcINT32 width, KxcINT32 height, KxcINT32 format);
 
     // What brackets the drawing operations. Locks are in the surfaces' own formats; both answer 0 when a surface is
     // already locked or refuses.
-    INT32 lockForDraw();
+    KxcINT32 lockForDraw();
     void unlockForDraw();
-    INT32 lockForBlit(KxcGLSurface* source); ///< this surface, then the source
+    KxcINT32 lockForBlit(KxcGLSurface* source); ///< this surface, then the source
     void unlockForBlit(KxcGLSurface* source);
 
     KxcGLSurfaceDescriptor* m_surface; ///< owned

@@ -5,7 +5,7 @@
 #include <kxcoreemb/surface.h>
 
 /// How ditherSurface() hides the steps between the colours that are left.
-enum KXCDITHER : INT32
+enum KXCDITHER : KxcINT32
 {
     KXCDITHER_NONE = 0,
     KXCDITHER_RANDOM = 1,         ///< noise, the same in every call
@@ -28,7 +28,7 @@ public:
     /// cover; along one that grows, they are mixed from two neighbours, and the first and the last pixel stay exactly
     /// what they were.
     /// @return null also for a width or height below 1, or when an axis shrinks to less than 1/65536
-    static KxcGLSurface* resampleSurface(KxcGLSurface* source, INT32 width, INT32 height);
+    static KxcGLSurface* resampleSurface(KxcGLSurface* source, KxcINT32 width, KxcINT32 height);
     /// @param scaleX, scaleY  the sizes are the source's times these, floored
     static KxcGLSurface* resampleSurface(KxcGLSurface* source, KxcFixed scaleX, KxcFixed scaleY);
 
@@ -47,5 +47,5 @@ public:
     /// @param levels  for alpha, red, green and blue, from the top byte down: how many levels are left, less one.
     ///                0x011F1F1F is what 5515 holds. For KXCDITHER_RANDOM and _ORDERED none may be 0
     /// @param method  a KXCDITHER_; others change nothing
-    static void ditherSurface(KxcGLSurface* surface, UINT32 levels, INT32 method);
+    static void ditherSurface(KxcGLSurface* surface, KxcUINT32 levels, KxcINT32 method);
 };

@@ -16,21 +16,22 @@ class KXC_API KxcThread
 {
 public:
     /// Starts a thread on function(argument), whose result is its exit code. @return null when it cannot be started
-    static KxcThread* create(INT32 (*function)(void*), void* argument);
+    static KxcThread* create(KxcINT32 (*function)(void*), void* argument);
     virtual ~KxcThread();
 
     /// Waits until the thread has ended, without a time limit. @return its exit code, as often as one asks
-    INT32 waitDeath();
+    KxcINT32 waitDeath();
     /// Ends the calling thread, from any depth of calls. Objects on its stack may or may not be destroyed.
-    [[noreturn]] static void exit(INT32 code);
-    static UINT32 getId(); ///< of the calling thread; never 0xFFFFFFFF, never given twice in a run of 2^32 - 1 threads
+    [[noreturn]] static void exit(KxcINT32 code);
+    static KxcUINT32
+    getId(); ///< of the calling thread; never 0xFFFFFFFF, never given twice in a run of 2^32 - 1 threads
 
     KxcThread(const KxcThread&) = delete;
     KxcThread& operator=(const KxcThread&) = delete;
 
 protected:
     KxcThread();
-    INT32 init(INT32 (*function)(void*), void* argument);
+    KxcINT32 init(KxcINT32 (*function)(void*), void* argument);
 
     KxcPlatformThread* handle; // null when there is none
 };
@@ -44,22 +45,22 @@ class KXC_API KxcThreadObject
 public:
     KxcThreadObject();
     virtual ~KxcThreadObject();
-    virtual INT32 run() = 0; ///< the thread's body; its result is the exit code
+    virtual KxcINT32 run() = 0; ///< the thread's body; its result is the exit code
 
-    INT32 create();    ///< starts the thread; 0 when it has one already or none can be started
-    INT32 waitDeath(); ///< waits for the thread; create() may start it again. @return its exit code; 0 without one
-    void getTls();     ///< no effect on this platform, like the next
+    KxcINT32 create();    ///< starts the thread; 0 when it has one already or none can be started
+    KxcINT32 waitDeath(); ///< waits for the thread; create() may start it again. @return its exit code; 0 without one
+    void getTls();        ///< no effect on this platform, like the next
     void setTls();
-    static INT32 threadEntry(void* object); ///< what the thread runs: runThread() of the KxcThreadObject
+    static KxcINT32 threadEntry(void* object); ///< what the thread runs: runThread() of the KxcThreadObject
 
     KxcThreadObject(const KxcThreadObject&) = delete;
     KxcThreadObject& operator=(const KxcThreadObject&) = delete;
 
 protected:
-    INT32 runThread(); // runs run(); its result ends the thread
+    KxcINT32 runThread(); // runs run(); its result ends the thread
 
     KxcThread* thread; // owned; null when there is none
-    UINT32 tls;        // reserved for platforms with thread-local storage of their own; 0
+    KxcUINT32 tls;     // reserved for platforms with thread-local storage of their own; 0
 };
 
 /// A lock that its owner may take again: it is free after as many unlock() calls as there were lock() calls.
@@ -80,11 +81,11 @@ public:
 
 protected:
     KxcMutex();
-    INT32 init();
+    KxcINT32 init();
 
     // Written by the owning thread alone, but read by every thread that asks "is it mine?". Relaxed order is enough:
     // a thread finds its own id here only when it wrote that itself.
-    std::atomic<UINT32> owner; // thread id; 0xFFFFFFFF when free
-    INT32 count;               // of the owner's lock() calls; -1 when free
+    std::atomic<KxcUINT32> owner; // thread id; 0xFFFFFFFF when free
+    KxcINT32 count;               // of the owner's lock() calls; -1 when free
     KxcPlatformLock* platformLock;
 };
