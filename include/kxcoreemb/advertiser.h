@@ -47,8 +47,8 @@ protected:
 class KXC_API KxcInetAdvertiser : public KxcAdvertiser
 {
 public:
-    static KxcInetAdvertiser*
-    create(); ///< empty. All of these answer null when memory runs out; the caller deletes them
+    /// Empty. All of these answer null when memory runs out; the caller deletes them.
+    static KxcInetAdvertiser* create();
     static KxcInetAdvertiser* create(const char* message, KxcINT32 length); ///< as received; null beyond 511 bytes
     static KxcInetAdvertiser* create(const KxcAddress& address, const char* message, KxcINT32 length);
     static KxcInetAdvertiser* create(const KxcHostEntry& entry);

@@ -1,13 +1,9 @@
-// base.h - what every other header leans on: scalar types, the export mark, the version, the rectangle.
+// base.h - what every other header leans on: scalar types, the export mark, the rectangle.
 #pragma once
 
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
-
-#define KXC_VERSION_MAJOR 0
-#define KXC_VERSION_MINOR 1
-#define KXC_VERSION_PATCH 0
 
 /// Marks what a game may call; everything else stays inside the library.
 #define KXC_API __attribute__((visibility("default")))

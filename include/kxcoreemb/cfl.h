@@ -43,8 +43,8 @@ public:
     /// @param size  receives its size when the name is there, also when decoding fails; else 0
     KxcINT8* getFile(const char* name, KxcINT32& size);
     KxcINT8* getFile(const char* name);
-    KxcINT32 getFile(const char* name, KxcINT8* buffer,
-                     KxcINT32 bufferSize); ///< into the buffer; the bytes that were copied
+    /// Into the buffer. @return the bytes that were copied
+    KxcINT32 getFile(const char* name, KxcINT8* buffer, KxcINT32 bufferSize);
 
     /// The archive's file, positioned at the entry's stored bytes; given back with dropFilePtr().
     KxcFile* getFilePtr(const char* name);

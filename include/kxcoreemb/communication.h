@@ -108,12 +108,12 @@ public:
     virtual KxcObjectDataFrame* getPacketFrame(KxcINT32 slot) = 0;
     virtual KxcObjectDataFrame* getRecentStateFrame(KxcINT32 id) = 0;
     virtual void removeRecentStateFrame(KxcINT32 id) = 0;
-    virtual KxcINT32
-    incoming(KxcObjectPacketBase& packet) = 0; ///< takes what the peer sent. @return its payload's length
-    virtual KxcINT32
-    outgoing(KxcObjectPacketBase& packet) = 0; ///< fills what is to be sent. @return bytes, 0 for nothing
-    virtual KxcINT32 bandwidthCheck() = 0;     ///< 1 when the peer may be sent to
-    virtual KxcINT32 isClientActive() = 0;     ///< 1; -1, with the reason in getLastError()
+    /// Takes what the peer sent. @return its payload's length
+    virtual KxcINT32 incoming(KxcObjectPacketBase& packet) = 0;
+    /// Fills what is to be sent. @return bytes, 0 for nothing
+    virtual KxcINT32 outgoing(KxcObjectPacketBase& packet) = 0;
+    virtual KxcINT32 bandwidthCheck() = 0;                       ///< 1 when the peer may be sent to
+    virtual KxcINT32 isClientActive() = 0;                       ///< 1; -1, with the reason in getLastError()
     virtual KxcINT32 testAddress(const KxcAddress& address) = 0; ///< -1 unless it is the peer's
     virtual void setAddress(const KxcAddress& address) = 0;
     KxcClientCommWin(const KxcClientCommWin&) = delete;
@@ -166,8 +166,8 @@ public:
     KxcINT32 addClientCommWin(KxcClientCommWin* client); ///< into the lowest free slot. @return its id, or -1
     KxcClientCommWin* removeClientCommWin(KxcINT32 id);
     KxcClientCommWin* getClientCommWin(KxcINT32 id);
-    KxcINT32
-    setMaxClientCount(KxcINT32 count); ///< resizes the table (10 at first); clients in slots beyond it leave it
+    /// Resizes the table (10 at first); clients in slots beyond it leave it.
+    KxcINT32 setMaxClientCount(KxcINT32 count);
     KxcINT32 getMaxClientCount() const { return maxClientCount; }
     KxcINT32 getClientCount() const; ///< occupied slots
     KxcINT32 setClientLastError(KxcINT32 id, KxcINT32 error);

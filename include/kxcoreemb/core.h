@@ -166,8 +166,8 @@ public:
     /// Stores the mode (1 at start-up) and reports the device's size. @return 1
     static KxcINT32 setExclusiveMode(KxcINT32 mode, KxcExclusiveModeSettings& settings);
     static void setIdleMode(KxcINT32 mode);
-    static void
-    setOutOfMemoryAction(KxcINT32 action); ///< 1: panic when the engine heap is exhausted; else it answers null
+    /// 1: panic when the engine heap is exhausted; else it answers null.
+    static void setOutOfMemoryAction(KxcINT32 action);
 
     static void compactMemory(KxcUINT32 bytes); ///< no effect on this platform
     static KxcUINT32 getFreePoolMemory();       ///< of the engine heap, in bytes; 0 without one
@@ -189,9 +189,9 @@ public:
     static void mapControlCode(KxcINT32 control, KxcINT32 key);
     static void unmapControlCode(KxcINT32 control, KxcINT32 key); ///< its slot becomes free and reads as (-1, -1)
     static KxcUINT32 getControlMappingCount();                    ///< slots, free ones included
-    static void getControlMapping(KxcUINT32 index, KxcINT32& control,
-                                  KxcINT32& key); ///< (-1, -1) at or beyond the count
-    static void resetControlMappings();           ///< to the 17 default pairs
+    /// (-1, -1) at or beyond the count.
+    static void getControlMapping(KxcUINT32 index, KxcINT32& control, KxcINT32& key);
+    static void resetControlMappings(); ///< to the 17 default pairs
 
     /// A touch on the rectangle (its right and bottom edges included) presses the key; the newest button wins.
     static void addScreenButton(const KxcRectangle& rectangle, KxcINT32 key);

@@ -172,8 +172,8 @@ public:
     KxcINT32 getPalette(unsigned char** first, unsigned char** second); ///< -2 when one that is asked for was never set
 
     // --- state: takes effect for what is rendered after the change ---
-    KxcINT32 setStateI(KxcINT32 state,
-                       KxcINT32 value); ///< @param state  a KXCGLSTATE_ value; -2 for values it does not take
+    /// @param state  a KXCGLSTATE_ value; -2 for values it does not take
+    KxcINT32 setStateI(KxcINT32 state, KxcINT32 value);
     KxcINT32 setStateF(KxcINT32 state, KxcFixed value);
     KxcINT32 getStateI(KxcINT32 state, KxcINT32& value);
     KxcINT32 getStateF(KxcINT32 state, KxcFixed& value);
@@ -203,8 +203,8 @@ public:
     /// The same for vertices base + indices[0] to base + indices[count - 1].
     KxcINT32 renderPrimitiveIndexed(KxcGLVertexBuffer* buffer, KxcINT32 type, KxcINT32 base, const KxcUINT16* indices,
                                     KxcINT32 count, KxcINT32 min, KxcINT32 max, KxcGLTriangleInfoBuffer* info);
-    KxcINT32 processVertices(KxcGLVertexBuffer& source, KxcGLVertexBuffer& target, KxcINT32 first,
-                             KxcINT32 count); ///< -1
+    /// @return -1
+    KxcINT32 processVertices(KxcGLVertexBuffer& source, KxcGLVertexBuffer& target, KxcINT32 first, KxcINT32 count);
 
     // --- sprites: rectangles of the texture, sorted like triangles ---
     /// On the screen, centred at pixel (x, y). @param matrix  turns and scales the corners first; may be null

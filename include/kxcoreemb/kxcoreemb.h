@@ -41,3 +41,4 @@
 #include <kxcoreemb/surface.h>
 #include <kxcoreemb/surface_toolkit.h>
 #include <kxcoreemb/thread.h>
+#include <kxcoreemb/version.h>

@@ -46,8 +46,7 @@ public:
     /// Opens the pixels for reading and writing until unlock().
     /// @param pixels  receives the first row, or null when the lock is refused
     /// @param format  0 for the surface's own; any other works on a converted copy that unlock() writes back. A
-    /// paletted
-    ///                surface opens only as what it is, and no other opens as paletted
+    ///                paletted surface opens only as what it is, and no other opens as paletted
     /// @param flags   KXCLOCK_ bits
     /// @return bytes from one row to the next; 0 when already locked, refused or out of memory
     virtual KxcINT32 lock(void** pixels, KxcINT32 format, KxcINT32 flags);

@@ -23,8 +23,8 @@ public:
     KxcINT32 waitDeath();
     /// Ends the calling thread, from any depth of calls. Objects on its stack may or may not be destroyed.
     [[noreturn]] static void exit(KxcINT32 code);
-    static KxcUINT32
-    getId(); ///< of the calling thread; never 0xFFFFFFFF, never given twice in a run of 2^32 - 1 threads
+    /// Of the calling thread; never 0xFFFFFFFF, never given twice in a run of 2^32 - 1 threads.
+    static KxcUINT32 getId();
 
     KxcThread(const KxcThread&) = delete;
     KxcThread& operator=(const KxcThread&) = delete;

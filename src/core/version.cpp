@@ -1,0 +1,4 @@
+// version.cpp - tells which library this is.
+#include <kxcoreemb/version.h>
+
+KxcINT32 kxcGetVersion() { return KXC_VERSION; }
