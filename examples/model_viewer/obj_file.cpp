@@ -12,7 +12,8 @@ namespace
 {
 
 typedef std::array<float, 3> Triple;
-typedef std::array<int, 3> Corner; // position, texture, normal: from 1, 0 for none
+typedef std::array<double, 3> Wide; // what is calculated: squares of floats have no place in a float
+typedef std::array<int, 3> Corner;  // position, texture, normal: from 1, 0 for none
 
 bool readNumbers(std::istringstream& line, int least, Triple& numbers)
 {
@@ -55,9 +56,10 @@ bool readCorner(const std::string& word, Corner& corner)
     return corner[0] != 0;
 }
 
-Triple cross(const float* a, const float* b, const float* c)
+Wide from(const float* a, const float* b) { return {double(b[0]) - a[0], double(b[1]) - a[1], double(b[2]) - a[2]}; }
+
+Wide cross(const Wide& u, const Wide& v)
 {
-    const float u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]}, v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
     return {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]};
 }
 
@@ -66,8 +68,11 @@ Triple cross(const float* a, const float* b, const float* c)
 std::string Model::load(const std::string& path)
 {
     std::ifstream file(path);
-    if (!file)
-        return "the file does not open";
+    return file ? read(file) : "the file does not open";
+}
+
+std::string Model::read(std::istream& file)
+{
     std::vector<Triple> positions, textures, normals;
     std::map<Corner, UINT32> known; // vertices by what they are made of
     std::vector<bool> lacking;      // which vertices have no normal yet
@@ -126,14 +131,15 @@ std::string Model::load(const std::string& path)
 /// Gives vertices without a normal the average of the triangles around their position, and all of them length 1.
 void Model::addNormals(const std::vector<bool>& lacking)
 {
-    std::map<Triple, Triple> sums; // by position
+    std::map<Triple, Wide> sums; // by position
     const auto place = [this](UINT32 i) {
         return Triple{vertices[i].position[0], vertices[i].position[1], vertices[i].position[2]};
     };
     for (size_t i = 0; i + 2 < corners.size(); i += 3)
     {
-        const Triple face =
-            cross(vertices[corners[i]].position, vertices[corners[i + 1]].position, vertices[corners[i + 2]].position);
+        const float* first = vertices[corners[i]].position;
+        const Wide face =
+            cross(from(first, vertices[corners[i + 1]].position), from(first, vertices[corners[i + 2]].position));
         for (size_t k = 0; k < 3; ++k)
             if (lacking[corners[i + k]])
                 for (size_t axis = 0; axis < 3; ++axis)
@@ -142,38 +148,31 @@ void Model::addNormals(const std::vector<bool>& lacking)
     for (UINT32 i = 0; i < vertices.size(); ++i)
     {
         float* normal = vertices[i].normal;
-        if (lacking[i])
-            std::copy_n(sums[place(i)].begin(), 3, normal);
-        const float length = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
-        for (int axis = 0; axis < 3; ++axis)
-            normal[axis] = length > 0 ? normal[axis] / length : axis == 1;
+        const Wide sum = lacking[i] ? sums[place(i)] : Wide{normal[0], normal[1], normal[2]};
+        const double length = std::hypot(sum[0], sum[1], sum[2]);
+        for (size_t axis = 0; axis < 3; ++axis)
+            normal[axis] = length > 0 ? float(sum[axis] / length) : axis == 1;
     }
 }
 
 void Model::fit()
 {
-    float low[3], high[3];
-    for (int axis = 0; axis < 3; ++axis)
+    Wide low, high;
+    for (size_t axis = 0; axis < 3; ++axis)
     {
         low[axis] = high[axis] = vertices[0].position[axis];
         for (const Vertex& vertex : vertices)
         {
-            low[axis] = std::min(low[axis], vertex.position[axis]);
-            high[axis] = std::max(high[axis], vertex.position[axis]);
+            low[axis] = std::min<double>(low[axis], vertex.position[axis]);
+            high[axis] = std::max<double>(high[axis], vertex.position[axis]);
         }
     }
-    float radius = 0;
+    const auto centred = [&](const Vertex& vertex, size_t axis)
+    { return vertex.position[axis] - (low[axis] + high[axis]) / 2; };
+    double radius = 0;
+    for (const Vertex& vertex : vertices)
+        radius = std::max(radius, std::hypot(centred(vertex, 0), centred(vertex, 1), centred(vertex, 2)));
     for (Vertex& vertex : vertices)
-    {
-        float squared = 0;
-        for (int axis = 0; axis < 3; ++axis)
-        {
-            vertex.position[axis] -= (low[axis] + high[axis]) / 2;
-            squared += vertex.position[axis] * vertex.position[axis];
-        }
-        radius = std::max(radius, std::sqrt(squared));
-    }
-    for (Vertex& vertex : vertices)
-        for (float& coordinate : vertex.position)
-            coordinate = radius > 0 ? coordinate / radius : 0;
+        for (size_t axis = 0; axis < 3; ++axis)
+            vertex.position[axis] = radius > 0 ? float(centred(vertex, axis) / radius) : 0;
 }

@@ -3,6 +3,7 @@
 
 #include <kxcoreemb/kxcoreemb.h>
 
+#include <istream>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@ struct Model
     /// over.
     /// @return empty, or what is wrong, with the line
     std::string load(const std::string& path);
+    std::string read(std::istream& file);
     /// Moves and scales the model so that it fills a sphere of radius 1 around the origin.
     void fit();
 

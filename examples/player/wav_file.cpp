@@ -23,7 +23,12 @@ UINT32 get(const UINT8* bytes, INT32 count)
 
 bool WavFile::open(const std::string& name, std::string& error)
 {
-    m_file.reset(KxcFile::open(name.c_str(), "rb", KXCFILE_DEFAULT));
+    return open(KxcFile::open(name.c_str(), "rb", KXCFILE_DEFAULT), error);
+}
+
+bool WavFile::open(KxcFile* file, std::string& error)
+{
+    m_file.reset(file);
     m_format = KxcAudioFormat();
     m_position = 0;
     error = "cannot be opened";

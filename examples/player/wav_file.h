@@ -20,6 +20,7 @@ public:
     /// @param name   as KxcFile::open takes it, so on disk or in an archive
     /// @param error  receives what is wrong, without the name
     bool open(const std::string& name, std::string& error);
+    bool open(KxcFile* file, std::string& error); ///< takes the file over, which may be null
 
     KxcAudioFormat format() const { return m_format; } ///< as KxcAudioBuffer::create takes it
     INT32 bytesPerSample() const { return m_format.bytesPerSample * m_format.channels; }

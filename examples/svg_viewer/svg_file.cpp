@@ -214,7 +214,17 @@ private:
 std::string SvgFile::load(const std::string& name)
 {
     pugi::xml_document document;
-    const pugi::xml_parse_result result = document.load_file(name.c_str());
+    return read(document, document.load_file(name.c_str()));
+}
+
+std::string SvgFile::load(const void* bytes, size_t size)
+{
+    pugi::xml_document document;
+    return read(document, document.load_buffer(bytes, size));
+}
+
+std::string SvgFile::read(const pugi::xml_document& document, const pugi::xml_parse_result& result)
+{
     if (!result)
         return std::string(result.description()) + " at byte " + std::to_string(result.offset);
     const pugi::xml_node root = document.child("svg");

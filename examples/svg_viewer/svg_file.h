@@ -6,6 +6,12 @@
 #include <string>
 #include <vector>
 
+namespace pugi
+{
+class xml_document;
+struct xml_parse_result;
+} // namespace pugi
+
 /// x' = a x + c y + e, y' = b x + d y + f
 struct Affine
 {
@@ -88,6 +94,10 @@ struct SvgFile
 
     /// @return what is wrong with the file, or nothing
     std::string load(const std::string& name);
+    std::string load(const void* bytes, size_t size);
 
     std::map<std::string, Gradient> gradients; // by id
+
+private:
+    std::string read(const pugi::xml_document& document, const pugi::xml_parse_result& result);
 };
