@@ -2,18 +2,10 @@
 
 #include "audio/mix_kernels.h"
 
-static const KxcMixKernels& choose()
-{
-#if defined(KXC_MIX_KERNELS_AVX2)
-    __builtin_cpu_init(); // the first sound may be mixed before the program's constructors are through
-    if (__builtin_cpu_supports("avx2"))
-        return kxcMixKernelsAVX2;
-#endif
-    return kxcMixKernelsBase;
-}
+#include "core/kernels.h"
 
 const KxcMixKernels& kxcMixKernels()
 {
-    static const KxcMixKernels& kernels = choose();
+    static const KxcMixKernels& kernels = KXC_FASTEST_KERNELS(kxcMixKernels);
     return kernels;
 }

@@ -48,5 +48,5 @@ struct KxcMixKernels
 static_assert(KXCAUDIO_16BIT == 1 << 9 && KXCAUDIO_STEREO == 1 << 10 && KXCAUDIO_SIGNED == 1 << 11, "layout() shifts");
 
 extern const KxcMixKernels kxcMixKernelsBase;
-extern const KxcMixKernels kxcMixKernelsAVX2; ///< exists where KXC_MIX_KERNELS_AVX2 is defined
+extern const KxcMixKernels kxcMixKernelsAVX2; ///< exists where KXC_KERNELS_AVX2 is defined
 const KxcMixKernels& kxcMixKernels();         ///< the best for this machine

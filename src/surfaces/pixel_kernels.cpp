@@ -2,18 +2,10 @@
 
 #include "surfaces/pixel_kernels.h"
 
-static const KxcPixelKernels& choose()
-{
-#if defined(KXC_PIXEL_KERNELS_AVX2)
-    __builtin_cpu_init(); // the first picture may be drawn before the program's constructors are through
-    if (__builtin_cpu_supports("avx2"))
-        return kxcPixelKernelsAVX2;
-#endif
-    return kxcPixelKernelsBase;
-}
+#include "core/kernels.h"
 
 const KxcPixelKernels& kxcPixelKernels()
 {
-    static const KxcPixelKernels& kernels = choose();
+    static const KxcPixelKernels& kernels = KXC_FASTEST_KERNELS(kxcPixelKernels);
     return kernels;
 }

@@ -119,6 +119,6 @@ struct KxcPixelKernels
 const KxcPixelKernels& kxcPixelKernels();
 /// The table of the base machine, which all others equal bit by bit.
 extern const KxcPixelKernels kxcPixelKernelsBase;
-#if defined(KXC_PIXEL_KERNELS_AVX2)
+#if defined(KXC_KERNELS_AVX2)
 extern const KxcPixelKernels kxcPixelKernelsAVX2;
 #endif

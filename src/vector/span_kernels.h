@@ -18,6 +18,6 @@ struct KxcSpanKernels
 const KxcSpanKernels& kxcSpanKernels();
 /// The table of the base machine, which all others equal bit by bit.
 extern const KxcSpanKernels kxcSpanKernelsBase;
-#if defined(KXC_PIXEL_KERNELS_AVX2)
+#if defined(KXC_KERNELS_AVX2)
 extern const KxcSpanKernels kxcSpanKernelsAVX2;
 #endif
