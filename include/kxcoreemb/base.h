@@ -8,6 +8,8 @@
 /// Marks what a game may call; everything else stays inside the library.
 #define KXC_API __attribute__((visibility("default")))
 
+/// @{
+/// A number of the width in its name: signed, unsigned, floating point.
 typedef int8_t KxcINT8;
 typedef uint8_t KxcUINT8;
 typedef int16_t KxcINT16;
@@ -18,6 +20,7 @@ typedef int64_t KxcINT64;
 typedef uint64_t KxcUINT64;
 typedef float KxcFLOAT32;
 typedef double KxcFLOAT64;
+/// @}
 typedef char KxcCHAR8;     ///< an 8-bit character
 typedef int16_t KxcCHAR16; ///< a 16-bit character
 
@@ -41,5 +44,8 @@ typedef KxcCHAR16 CHAR16;
 /// A rectangle in pixels: its left and top edge and its size.
 struct KxcRectangle
 {
-    KxcINT32 x, y, width, height;
+    KxcINT32 x;      ///< its left edge
+    KxcINT32 y;      ///< its top edge
+    KxcINT32 width;  ///< how many columns it has
+    KxcINT32 height; ///< how many rows it has
 };

@@ -88,7 +88,7 @@ public:
 class KXC_API KxcRenderer
 {
 public:
-    virtual void render();
+    virtual void render(); ///< draws the frame into the device's picture
     /// @return 0 to have the active graphics device present its picture; anything else keeps the frame as it is
     virtual KxcINT32 updateScreen(void* data);
     virtual void initRenderer();   ///< when it was installed
@@ -103,15 +103,18 @@ protected:
 class KXC_API KxcInput
 {
 public:
-    virtual void onPointerDown(KxcINT32 x, KxcINT32 y); ///< in frame pixels, as in the next two
+    /// @{
+    /// A touch or the left mouse button: it goes down, moves while it is down, goes up. @param x, y  in frame pixels
+    virtual void onPointerDown(KxcINT32 x, KxcINT32 y);
     virtual void onPointerMove(KxcINT32 x, KxcINT32 y);
     virtual void onPointerUp(KxcINT32 x, KxcINT32 y);
-    virtual void onKeyDown(KxcINT32 code); ///< a virtual-key or KXCKEY_ code
-    virtual void onKeyUp(KxcINT32 code);
-    virtual void onControlDown(KxcINT32 code); ///< a KXCCTRL_ code
-    virtual void onControlUp(KxcINT32 code);
-    virtual void onCharEntered(char character);
-    virtual void onJoystickMoved(KxcINT32 x, KxcINT32 y);
+    /// @}
+    virtual void onKeyDown(KxcINT32 code);                ///< a virtual-key or KXCKEY_ code
+    virtual void onKeyUp(KxcINT32 code);                  ///< likewise
+    virtual void onControlDown(KxcINT32 code);            ///< a KXCCTRL_ code
+    virtual void onControlUp(KxcINT32 code);              ///< likewise
+    virtual void onCharEntered(char character);           ///< text that is typed, a character at a time
+    virtual void onJoystickMoved(KxcINT32 x, KxcINT32 y); ///< for devices that have one; nothing here calls it
 
 protected:
     ~KxcInput() = default;
@@ -120,13 +123,15 @@ protected:
 /// The processor; both words are 0 on this platform.
 struct KxcCPUInfo
 {
-    KxcINT32 type, speed;
+    KxcINT32 type;  ///< 0
+    KxcINT32 speed; ///< 0
 };
 
 /// Filled by KxcCore::setExclusiveMode.
 struct KxcExclusiveModeSettings
 {
-    KxcINT32 width, height; ///< the device's size in pixels
+    KxcINT32 width;  ///< of the frame, in pixels
+    KxcINT32 height; ///< likewise
 };
 
 /// The engine's services. All static; before the core is built and after it is gone they answer 0.
@@ -135,7 +140,7 @@ struct KxcExclusiveModeSettings
 class KXC_API KxcCore
 {
 public:
-    static KxcApp* getApp();
+    static KxcApp* getApp(); ///< the application; null before it was made
 
     /// Takes leave of the current renderer (deinitRenderer) and installs another (initRenderer); null installs none.
     static void setRenderer(KxcRenderer* renderer);
@@ -149,14 +154,14 @@ public:
 
     /// Milliseconds since the core was built. Never runs backwards; a gap of more than five minutes counts as 1 ms.
     static KxcINT32 getTick();
-    static KxcINT64 getTick64();
+    static KxcINT64 getTick64();              ///< the same without wrapping after 24 days
     static void sleep(KxcINT32 milliseconds); ///< blocks the calling thread; any thread
 
-    static KxcINT32 getDeviceWidth(); ///< of the active graphics device's frame, else of the screen, in pixels
-    static KxcINT32 getDeviceHeight();
+    static KxcINT32 getDeviceWidth();  ///< of the active graphics device's frame, else of the screen, in pixels
+    static KxcINT32 getDeviceHeight(); ///< likewise
 
-    static KxcINT32 getPlatformId(); ///< 0x1000000
-    static const char* getPlatformString();
+    static KxcINT32 getPlatformId();           ///< 0x1000000
+    static const char* getPlatformString();    ///< "Kestrix/Windows"
     static const char* getCommandlineString(); ///< null in an embedded run
     static KxcCPUInfo* getCPUInfo();           ///< the caller deletes it; null when memory runs out
     static KxcFixed getBatteryState();       ///< from 0 up to, not including, 1: here a ramp that repeats every second
@@ -165,16 +170,16 @@ public:
 
     /// Stores the mode (1 at start-up) and reports the device's size. @return 1
     static KxcINT32 setExclusiveMode(KxcINT32 mode, KxcExclusiveModeSettings& settings);
-    static void setIdleMode(KxcINT32 mode);
+    static void setIdleMode(KxcINT32 mode); ///< stores the mode; no effect on this platform
     /// 1: panic when the engine heap is exhausted; else it answers null.
     static void setOutOfMemoryAction(KxcINT32 action);
 
-    static void compactMemory(KxcUINT32 bytes); ///< no effect on this platform
-    static KxcUINT32 getFreePoolMemory();       ///< of the engine heap, in bytes; 0 without one
-    static KxcUINT32 getMemoryBlockSize(void* block);
+    static void compactMemory(KxcUINT32 bytes);       ///< no effect on this platform
+    static KxcUINT32 getFreePoolMemory();             ///< of the engine heap, in bytes; 0 without one
+    static KxcUINT32 getMemoryBlockSize(void* block); ///< KxcMemoryManager::memSize
     /// Zeroed pages from the operating system; null when it has none. Any thread.
     static void* allocateSystemMemory(KxcINT32 bytes);
-    static void freeSystemMemory(void* memory);
+    static void freeSystemMemory(void* memory); ///< accepts null. Any thread
 
     static KxcCommunicationScheduler* getCommunicationScheduler(); ///< null until kxcUseNetwork
     static KxcPrimitiveDraw* getPrimitiveDraw();                   ///< null until kxcUse2DVectorGraphics
@@ -195,7 +200,7 @@ public:
 
     /// A touch on the rectangle (its right and bottom edges included) presses the key; the newest button wins.
     static void addScreenButton(const KxcRectangle& rectangle, KxcINT32 key);
-    static void resetScreenButtons();
+    static void resetScreenButtons(); ///< removes all of them
 };
 
 /// The usual optional components: the zlib archive filter, the graphics device, the TGA and PCX image loaders, the

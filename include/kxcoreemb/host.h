@@ -25,13 +25,14 @@ extern "C"
     /// Frees the frame and tears the core down.
     KXC_API void embeddedDeinit();
 
-    KXC_API void embeddedKeyDown(int key); ///< a virtual-key or KXCKEY_ code; mapped controls follow
-    KXC_API void embeddedKeyUp(int key);
-    KXC_API void embeddedControlDown(int control); ///< a KXCCTRL_ code, delivered as it is
-    KXC_API void embeddedControlUp(int control);
+    // --- input: delivered to the game's KxcInput at once, between frames ---
+    KXC_API void embeddedKeyDown(int key);          ///< a virtual-key or KXCKEY_ code; mapped controls follow
+    KXC_API void embeddedKeyUp(int key);            ///< likewise
+    KXC_API void embeddedControlDown(int control);  ///< a KXCCTRL_ code, delivered as it is
+    KXC_API void embeddedControlUp(int control);    ///< likewise
     KXC_API void embeddedPointerDown(int x, int y); ///< in screen pixels
-    KXC_API void embeddedPointerMove(int x, int y);
-    KXC_API void embeddedPointerUp(int x, int y);
+    KXC_API void embeddedPointerMove(int x, int y); ///< likewise
+    KXC_API void embeddedPointerUp(int x, int y);   ///< likewise
 
     /// The place for a host's sound set-up; nothing is needed here.
     KXC_API void embeddedSoundInit();
