@@ -22,10 +22,14 @@ class KxcFile;
 class KXC_API KxcCFL
 {
 public:
-    static KxcCFL* create();                 ///< without any archive; null when memory runs out
-    static KxcCFL* create(const char* name); ///< with one archive, as openLibrary() adds it; null when that fails
+    static KxcCFL* create(); ///< without any archive; null when memory runs out
+    /// @{
+    /// With one archive, as openLibrary() adds it. @return null when that fails
+    static KxcCFL* create(const char* name);
     static KxcCFL* create(const char* name, KxcINT32 offset);
     static KxcCFL* create(KxcFile* file);
+    /// @}
+
     ~KxcCFL();
 
     /// Adds an archive. Its file is looked up as KxcFile::open does, also among the entries that are here already, and
@@ -37,24 +41,26 @@ public:
     /// The same at the file's position. The file is taken over: kept open until the directory goes, closed on failure.
     KxcINT32 openLibrary(KxcFile* file);
 
-    KxcINT32 fileExists(const char* name);
+    KxcINT32 fileExists(const char* name);  ///< 1 when an entry has this name, else 0
     KxcINT32 getFileSize(const char* name); ///< decoded, in bytes
     /// The decoded entry; null also for an empty one.
     /// @param size  receives its size when the name is there, also when decoding fails; else 0
     KxcINT8* getFile(const char* name, KxcINT32& size);
-    KxcINT8* getFile(const char* name);
+    KxcINT8* getFile(const char* name); ///< the same without its size
     /// Into the buffer. @return the bytes that were copied
     KxcINT32 getFile(const char* name, KxcINT8* buffer, KxcINT32 bufferSize);
 
     /// The archive's file, positioned at the entry's stored bytes; given back with dropFilePtr().
     KxcFile* getFilePtr(const char* name);
-    void dropFilePtr(KxcFile* file);
+    void dropFilePtr(KxcFile* file);       ///< gives back what getFilePtr() answered
     KxcINT32 getFileOfs(const char* name); ///< where the entry begins in the archive's file, with its length word
 
-    /// One line on the filter of the entry's step, from KxcCFLResourceFilter::handlerInfoString.
+    /// @{
+    /// One line on the filter of the entry's step, from KxcCFLResourceFilter::handlerInfoString; null without an entry.
     const char* compressionInfoString(const char* name);
     const char* preprocessorInfoString(const char* name);
     const char* encryptionInfoString(const char* name);
+    /// @}
 
     const KxcCFLDirectoryEntry* getFirstEntry() const { return entries; } ///< of the merged list
 
@@ -107,15 +113,15 @@ public:
     void store(KxcINT8* buffer, KxcINT32& position) const; ///< writes the record and moves the position behind it
     /// A new entry from a record that is known to be whole; the caller deletes it. Null when memory runs out.
     static KxcCFLDirectoryEntry* restore(const KxcINT8* buffer, KxcINT32& position);
-    KxcINT32 byteRequirement() const; ///< of the record
-    KxcINT32 equals(const char* otherName, KxcINT32 otherHash) const;
-    static KxcINT32 calcHash(const char* text);
+    KxcINT32 byteRequirement() const;                                 ///< of the record
+    KxcINT32 equals(const char* otherName, KxcINT32 otherHash) const; ///< 1 when name and hash are the entry's
+    static KxcINT32 calcHash(const char* text);                       ///< the hash that equals() compares
     void replaceEntry(KxcCFLDirectoryEntry* newer); ///< takes over all but the place in the list, and deletes it
 
-    const char* getName() const { return name; }
+    const char* getName() const { return name; }                     ///< the entry's; it goes with the directory
     KxcINT32 getSize() const { return static_cast<KxcINT32>(size); } ///< decoded, in bytes
     KxcUINT32 getFilterWord() const { return filterWord; }           ///< as in cfl_filter.h
-    const KxcCFLDirectoryEntry* getNext() const { return next; }
+    const KxcCFLDirectoryEntry* getNext() const { return next; }     ///< in the merged list; null at the end
 
     KxcCFLDirectoryEntry(const KxcCFLDirectoryEntry&) = delete;
     KxcCFLDirectoryEntry& operator=(const KxcCFLDirectoryEntry&) = delete;
@@ -148,8 +154,8 @@ public:
     static KxcCFLResource* load(KxcFile* file); ///< from the position; null when the file or the memory ends before
     KxcINT32 save(KxcFile* file) const;         ///< 1, or 0
 
-    KxcUINT32 getLength() const { return length; }
-    const KxcINT8* getData() const { return data; }
+    KxcUINT32 getLength() const { return length; }  ///< of the stored bytes
+    const KxcINT8* getData() const { return data; } ///< the stored bytes; they stay the block's
 
     KxcCFLResource(const KxcCFLResource&) = delete;
     KxcCFLResource& operator=(const KxcCFLResource&) = delete;

@@ -13,6 +13,7 @@ class KxcCFLResource;
 class KXC_API KxcCFLEnumerator
 {
 public:
+    /// Called for each filter, newest first, with its id and what it says of itself.
     virtual void handlerFound(KxcUINT32 id, const char* infoString, const char* shortName) = 0;
 
 protected:
@@ -35,8 +36,9 @@ public:
     ///                   tells another one may save itself the work
     virtual void reverseProcess(KxcINT8* in, KxcINT8** out, KxcUINT32 inLength, KxcUINT32& outLength) = 0;
 
-protected:
-    virtual void setCipherKey(void* key); ///< in a form of the cipher's own; the base ignores it
+protected: // for derived classes
+    /// Receives a key, in a form of the cipher's own; the base ignores it.
+    virtual void setCipherKey(void* key);
 
 public:
     virtual ~KxcCFLResourceFilter();
@@ -47,29 +49,31 @@ public:
     /// @param length  the bytes that are expected, or 0 when any number will do; receives how many were decoded
     /// @return a new[] buffer; null on failure, and when another number came out than expected
     static KxcINT8* unhandle(const KxcCFLResource* resource, KxcUINT32 filterWord, KxcUINT32& length);
+    /// The same for a length that nobody knows.
     static KxcINT8* unhandle(const KxcCFLResource* resource, KxcUINT32 filterWord);
 
     static const char* handlerShortName(KxcUINT32 id);  ///< "best" for 0xFFFF, "Unknown" for an id that nobody has
     static const char* handlerInfoString(KxcUINT32 id); ///< likewise
     static void enumerateHandlers(KxcCFLEnumerator* enumerator); ///< newest first
     static void enableHandler(KxcUINT32 id, KxcINT32 isEnabled); ///< a mark for tools: nothing here heeds it
-    static void setKey(KxcUINT32 id, void* key);
+    static void setKey(KxcUINT32 id, void* key);                 ///< hands a key to the cipher with this id
 
     KxcCFLResourceFilter(const KxcCFLResourceFilter&) = delete;
     KxcCFLResourceFilter& operator=(const KxcCFLResourceFilter&) = delete;
 
-protected:
+protected: // for derived classes
     friend void kxcCFLFiltersFree();
+    /// @param filterId  where a filter word names it: see above
     /// @param info, name  one line and one word on the filter; not copied
     KxcCFLResourceFilter(KxcUINT32 filterId, const char* info, const char* name);
     static void registerHandler(KxcCFLResourceFilter* filter); ///< called last by every filter's constructor
     static KxcCFLResourceFilter* findHandler(KxcUINT32 id);    ///< the newest with that id
 
-    const char* infoString;
-    const char* shortName;
-    KxcINT32 enabled; // 1
-    KxcUINT32 id;
-    KxcCFLResourceFilter* next; // older
+    const char* infoString;     ///< one line on the filter
+    const char* shortName;      ///< one word
+    KxcINT32 enabled;           ///< 1, or what enableHandler() stored
+    KxcUINT32 id;               ///< where a filter word names it
+    KxcCFLResourceFilter* next; ///< registered before it
 };
 
 /// Id 0, registered by the core: the bytes as they are.

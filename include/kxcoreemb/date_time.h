@@ -10,8 +10,13 @@ public:
     static KxcDateTime* create(); ///< now; the caller deletes it; null when memory runs out
     void update();                ///< now
 
-    KxcUINT16 year, month, day; // month and day of the month count from 1
-    KxcUINT16 hour, minute, second, millisecond;
+    KxcUINT16 year;        ///< such as 2004
+    KxcUINT16 month;       ///< 1 to 12
+    KxcUINT16 day;         ///< of the month, from 1
+    KxcUINT16 hour;        ///< 0 to 23
+    KxcUINT16 minute;      ///< 0 to 59
+    KxcUINT16 second;      ///< 0 to 59
+    KxcUINT16 millisecond; ///< 0 to 999
 
 protected:
     KxcDateTime() = default;

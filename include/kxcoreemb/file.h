@@ -28,8 +28,9 @@ enum : KxcUINT32
 /// Ownership  close() ends and destroys the file; there is no other way to release it. Buffers and strings returned are
 ///            released by the caller with delete[].
 /// Units      bytes; positions and sizes are 32-bit, larger files can be read only as far as that reaches.
-/// Failure    opening returns null. A name whose disk path is longer than 511 bytes does not exist and cannot; raw ones
-/// may be longer. Threads    the thread that opened it.
+/// Failure    opening returns null. A name whose disk path is longer than 511 bytes does not exist and cannot be made;
+///            raw ones may be longer.
+/// Threads    the thread that opened it.
 class KXC_API KxcFile
 {
 public:
@@ -67,8 +68,8 @@ public:
     static KxcINT32 rename(const char* oldName, const char* newName); ///< 0, or -1; never replaces another file
 
     // --- single values, stored little-endian ---
-    // write... give 1 or what write() answers on failure; read...() give the value, or 0 on failure; read...(value&)
-    // give 1, or 0 on failure, where the value stays as it was.
+    /// @{
+    /// Writes one number. @return 1, or what write() answers on failure
     KxcINT32 writeINT8(KxcINT8 value);
     KxcINT32 writeUINT8(KxcUINT8 value);
     KxcINT32 writeINT16(KxcINT16 value);
@@ -77,6 +78,10 @@ public:
     KxcINT32 writeUINT32(KxcUINT32 value);
     KxcINT32 writeFLOAT32(KxcFLOAT32 value);
     KxcINT32 writeFLOAT64(KxcFLOAT64 value);
+    /// @}
+
+    /// @{
+    /// Reads one number. @return it, or 0 on failure
     KxcINT8 readINT8();
     KxcUINT8 readUINT8();
     KxcINT16 readINT16();
@@ -85,6 +90,10 @@ public:
     KxcUINT32 readUINT32();
     KxcFLOAT32 readFLOAT32();
     KxcFLOAT64 readFLOAT64();
+    /// @}
+
+    /// @{
+    /// Reads one number, and tells whether there was one. @return 1, or 0 on failure, where the value stays as it was
     KxcINT32 readINT8(KxcINT8& value);
     KxcINT32 readUINT8(KxcUINT8& value);
     KxcINT32 readINT16(KxcINT16& value);
@@ -93,16 +102,24 @@ public:
     KxcINT32 readUINT32(KxcUINT32& value);
     KxcINT32 readFLOAT32(KxcFLOAT32& value);
     KxcINT32 readFLOAT64(KxcFLOAT64& value);
+    /// @}
 
     // --- strings, stored with a zero unit at their end ---
-    // write... give 1, or what write() answers on failure; null writes nothing and gives 0. read... give a new string,
-    // which also ends where the file does; null when memory runs out.
-    KxcINT32 writeCHARString(const char* string); ///< 16-bit units, each a sign-extended character
+    /// @{
+    /// Writes a string; CHAR strings as 16-bit units, each a sign-extended character.
+    /// @return 1, or what write() answers on failure; 0 for null, which writes nothing
+    KxcINT32 writeCHARString(const char* string);
     KxcINT32 writeCHAR8String(const char* string);
     KxcINT32 writeCHAR16String(const KxcCHAR16* string);
-    char* readCHARString(); ///< the low byte of each 16-bit unit
+    /// @}
+
+    /// @{
+    /// Reads a string, which also ends where the file does; of CHAR strings, the low byte of each 16-bit unit.
+    /// @return a new string, released with delete[]; null when memory runs out
+    char* readCHARString();
     char* readCHAR8String();
     KxcCHAR16* readCHAR16String();
+    /// @}
 
     KxcFile(const KxcFile&) = delete;
     KxcFile& operator=(const KxcFile&) = delete;

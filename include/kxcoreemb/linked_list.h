@@ -15,10 +15,11 @@ template <class T>
 class KxcLinkedList
 {
 public:
+    /// A place in the list.
     struct Node
     {
-        T item;
-        Node* next;
+        T item;     ///< the value
+        Node* next; ///< the one added after it; null at the end
     };
 
     KxcLinkedList() : first(nullptr), last(nullptr), spare(nullptr), count(0) {}
@@ -58,6 +59,7 @@ public:
         spare = node;
         return 1;
     }
+    /// Removes all items.
     void clear()
     {
         while (first)
@@ -67,7 +69,7 @@ public:
         }
     }
     const Node* getFirst() const { return first; } ///< null when the list is empty; Node::next leads on
-    KxcINT32 getCount() const { return count; }
+    KxcINT32 getCount() const { return count; }    ///< items in the list
 
 private:
     static Node* takeFrom(Node*& chain)

@@ -36,15 +36,15 @@ public:
     /// One line with bytes as hexadecimal numbers, each sign-extended to 32 bits.
     static void log(const char* data, KxcINT32 length, KXCLOGFLAGS flags);
     static void setMask(KxcUINT32 mask); ///< messages without a flag in it are left out; all are let through at first
-    static KxcUINT32 getMask();
+    static KxcUINT32 getMask();          ///< all bits set at first
     /// Once the file is longer than so many bytes, the thread's next message is replaced by a notice, and nothing is
     /// logged any more. @param bytes  0, or negative as a KxcINT32 (as at first, -1): no limit
     static void setFileSizeLimit(KxcUINT32 bytes);
-    static KxcUINT32 getFileSizeLimit();
-    static void indent(); ///< two spaces more
-    static void undent(); ///< two spaces less, down to none
-    static void setLogLevel(KxcINT32 level);
-    static KxcINT32 getLogLevel(); ///< what setLogLevel stored, for the game's own use; 3 at first
+    static KxcUINT32 getFileSizeLimit();     ///< in bytes; 2^32 - 1 for none
+    static void indent();                    ///< two spaces more
+    static void undent();                    ///< two spaces less, down to none
+    static void setLogLevel(KxcINT32 level); ///< for the game's own use: nothing here heeds it
+    static KxcINT32 getLogLevel();           ///< what setLogLevel stored, for the game's own use; 3 at first
 
     static KxcLogger* create(); ///< the core makes the one there is. @return null when memory runs out
     KxcLogger(const KxcLogger&) = delete;

@@ -26,10 +26,10 @@ KXC_API void memmgrsetowner(const char* file, KxcUINT32 line);
 /// What a debug variant of the heap keeps of each block.
 struct KxcMemoryManagerDebugData
 {
-    void* block;
+    void* block;      ///< its payload
     const char* file; ///< whose owner allocated it
     KxcINT32 size;    ///< in bytes
-    KxcINT16 line;
+    KxcINT16 line;    ///< likewise
 };
 
 /// The engine's heap.
@@ -72,8 +72,8 @@ public:
 
     static void setOwner(const char* file, KxcUINT32 line); ///< who allocates next; for a debugger to look at
     static KxcINT32 checkGuardzones();                      ///< 0: this heap has none
-    static void printDebugData();                           ///< no effect, like the next
-    static void debugException(char* format, ...);
+    static void printDebugData();                           ///< no effect
+    static void debugException(char* format, ...);          ///< likewise
 
     /// Takes the pool from the system; at least 16 bytes, at most 2^31 - 4. Panics when it has none.
     void initialize(KxcUINT32 bytes);

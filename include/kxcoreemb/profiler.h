@@ -31,7 +31,7 @@ public:
     /// Begins to sample; the file is made now and written by endSampler(). Ends the sampler that runs.
     /// @param fileName  as for KxcFile::open @param paused  1: until resumeSampler()
     static void startSampler(const char* fileName, KxcINT32 paused);
-    static void pauseSampler();
-    static void resumeSampler();
-    static void endSampler(); ///< writes the samples as they are in memory, 4 bytes each
+    static void pauseSampler();  ///< until resumeSampler()
+    static void resumeSampler(); ///< samples again
+    static void endSampler();    ///< writes the samples as they are in memory, 4 bytes each
 };

@@ -18,17 +18,19 @@ public:
     virtual KxcINT32 callback(void* data);
     virtual ~KxcResource();
 
-protected:
-    KxcResource() = default;
+protected:                   // for derived classes
+    KxcResource() = default; ///< registers nothing
     KxcResource(const KxcResource&) = delete;
     KxcResource& operator=(const KxcResource&) = delete;
 
+    /// @{
     /// The KxcResourceManager operation of the same name, for this object's handle.
     void createResource(KxcUINT32 size);
     void createResource(KxcUINT32 size, KxcUINT32 flags);
     void* lockResource();
     KxcINT32 unlockResource();
     KxcINT32 removeResource();
+    /// @}
 
     KxcINT32 m_handle = -1; ///< -1 before createResource, and when it failed
 };
@@ -53,7 +55,7 @@ public:
     static KxcINT32 preloadResource(KxcINT32 handle); ///< locks and unlocks; 1 on success
     static void preloadResources();                   ///< loads all that fits without evicting anything
     static KxcINT32 evictResource(KxcINT32 handle); ///< 1 when the data of an unlocked, not resident resource was freed
-    static void evictResources();
+    static void evictResources();                   ///< all that are unlocked and not resident
     static KxcINT32 removeResource(KxcINT32 handle); ///< forgets one that is not resident; 1 when it did
-    static void removeResources();
+    static void removeResources();                   ///< all that are not resident
 };

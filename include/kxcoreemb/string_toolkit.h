@@ -31,40 +31,54 @@
 class KXC_API KxcStringToolkit
 {
 public:
+    /// @{
     /// Writes at most size - 1 characters and a NUL; with a size of 0 or less, or no destination, it only measures.
     /// @return the length of the complete result + 1, also when it was cut; 0 without a format string
     static KxcINT32 formatVarArgs(char* destination, KxcINT32 size, const char* text, va_list arguments);
     static KxcINT32 format(char* destination, KxcINT32 size, const char* text, ...);
+    /// @}
+
+    /// @{
     /// The same with a size of 0xFFFFFF: the caller vouches for the room.
     static KxcINT32 formatVarArgs(char* destination, const char* text, va_list arguments);
     static KxcINT32 format(char* destination, const char* text, ...);
+    /// @}
+
+    /// @{
     /// Formats into a new string of the size that it needs.
     static char* allocatedFormatVarArgs(const char* text, va_list arguments);
     static char* allocatedFormat(const char* text, ...);
+    /// @}
 
     /// 1 when the whole text matches the pattern: "?" is any one character, "*" any run of them, also an empty one.
     /// Takes at most as many steps as the lengths' product. A null pattern matches a null text only.
     static KxcINT32 matchWildcard(const char* pattern, const char* text);
     static KxcINT32 matchWildcardIgnoreCase(const char* pattern, const char* text); ///< 'a'..'z' equal 'A'..'Z'
+
+    /// @{
     /// Counts the occurrences of the needle that do not overlap. An empty needle occurs in an empty haystack once, and
     /// nowhere else.
     static KxcINT32 match(const char* needle, const char* haystack);
     static KxcINT32 matchIgnoreCase(const char* needle, const char* haystack);
+    /// @}
+
     /// The first occurrence of the substring, or null. A null substring gives the string, an empty string null.
     static const char* find(const char* string, const char* substring);
     /// The last occurrence of the character, where 0 finds the terminator. Null when there is none, and also when the
     /// string's first character is the only one.
     static const char* findLast(const char* string, char character);
 
+    /// @{
     /// 0 when equal; 1 when the first is null, -1 when the second is; else the first difference, as signed characters.
     static KxcINT32 compare(const char* a, const char* b);
     static KxcINT32 compareIgnoreCase(const char* a, const char* b);
+    /// @}
 
     static KxcINT32 getLength(const char* string);        ///< characters before the NUL
     static KxcINT32 getLengthInBytes(const char* string); ///< the same count
-    static char* copy(const char* string);
-    static char* copy(const KxcCHAR16* string);         ///< keeps the low byte of every character
-    static KxcCHAR16* copyToCHAR16(const char* string); ///< widens signed characters: 0x80 becomes 0xFF80
+    static char* copy(const char* string);                ///< a new string
+    static char* copy(const KxcCHAR16* string);           ///< keeps the low byte of every character
+    static KxcCHAR16* copyToCHAR16(const char* string);   ///< widens signed characters: 0x80 becomes 0xFF80
     /// The first, the separator unless it is 0, the second; null when either is null.
     static char* concat(const char* first, const char* second, char separator);
     static void toLowerCase(char* string); ///< in place, 'A'..'Z' only

@@ -50,7 +50,7 @@ public:
     KxcINT32 create();    ///< starts the thread; 0 when it has one already or none can be started
     KxcINT32 waitDeath(); ///< waits for the thread; create() may start it again. @return its exit code; 0 without one
     void getTls();        ///< no effect on this platform, like the next
-    void setTls();
+    void setTls();        ///< likewise
     static KxcINT32 threadEntry(void* object); ///< what the thread runs: runThread() of the KxcThreadObject
 
     KxcThreadObject(const KxcThreadObject&) = delete;
@@ -71,10 +71,10 @@ protected:
 class KXC_API KxcMutex
 {
 public:
-    static KxcMutex* create();
+    static KxcMutex* create(); ///< a free lock
     virtual ~KxcMutex();
-    void lock();
-    void unlock();
+    void lock();   ///< waits until no other thread holds it
+    void unlock(); ///< gives back one lock() of the calling thread's
 
     KxcMutex(const KxcMutex&) = delete;
     KxcMutex& operator=(const KxcMutex&) = delete;
