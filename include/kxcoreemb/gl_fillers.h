@@ -11,7 +11,7 @@
 
 #include <kxcoreemb/base.h>
 
-// FILLER(name, shading, texel, blend, perspective) for each filler that kxcGLUseFiller<name> registers.
+/// @cond
 #define KXC_GL_FILLER_BLENDS(FILLER, prefix, format, shading, texel, perspective) \
     FILLER(prefix##format, shading, texel, None, perspective)                     \
     FILLER(prefix##Alpha##format, shading, texel, Alpha, perspective)             \
@@ -35,17 +35,23 @@
     KXC_GL_FILLER_SHADINGS(FILLER, TexturePerspective, , 55X5, true)           \
     KXC_GL_FILLER_SHADINGS(FILLER, TexturePerspective, Pal55X5, Pal55X5, true) \
     KXC_GL_FILLER_BLENDS(FILLER, TexturePerspective, 5515, None, 5515, true)
+/// @endcond
+
+/// FILLER(name, shading, texel, blend, perspective) for each of the 84 functions kxcGLUseFiller<name>, which register a
+/// filler: kxcGLUseFillerFlat, kxcGLUseFillerTexturePerspectiveGouraudAlphaPal55X5 and so on.
+///
+/// The name says what is filled: nothing, Texture or TexturePerspective; Flat, Gouraud, GreyscaleGouraud or nothing for
+/// the texture as it is; nothing, Alpha, Add or Invmul; nothing for 55X5 textures, 5515 or Pal55X5 for PALETTE8 ones.
+/// Calling one twice, or without a core, is harmless.
 #define KXC_GL_FILLERS(FILLER)        \
     KXC_GL_UNTEXTURED_FILLERS(FILLER) \
     KXC_GL_AFFINE_FILLERS(FILLER)     \
     KXC_GL_PERSPECTIVE_FILLERS(FILLER)
 
-// kxcGLUseFillerFlat, kxcGLUseFillerTexturePerspectiveGouraudAlphaPal55X5 and so on: 84 functions. The name says
-// what is filled: nothing, Texture or TexturePerspective; Flat, Gouraud, GreyscaleGouraud or nothing for the texture
-// as it is; nothing, Alpha, Add or Invmul; nothing for 55X5 textures, 5515 or Pal55X5 for PALETTE8 ones.
-// Calling one twice, or without a core, is harmless.
+/// @cond
 #define KXC_GL_DECLARE_FILLER(name, shading, texel, blend, perspective) KXC_API void kxcGLUseFiller##name();
 KXC_GL_FILLERS(KXC_GL_DECLARE_FILLER)
 #undef KXC_GL_DECLARE_FILLER
+/// @endcond
 
-KXC_API void kxcGLUseDefaults(); ///< all of them
+KXC_API void kxcGLUseDefaults(); ///< registers all of them

@@ -27,17 +27,19 @@ public:
     /// 256 entries of red, green and blue bytes, and an index for each pixel; both null where there is no palette.
     virtual void getImagePaletted(char const* name, KxcFile* file, unsigned char** palette, unsigned char** indices);
 
+    /// getImageInfo() of the filter that reads the file.
     static void loadImageInfo(char const* name, KxcINT32* width, KxcINT32* height, KxcINT32* hasAlpha,
                               KxcINT32* isPaletted);
-    static KxcUINT32* loadImage8888(char const* name);
+    static KxcUINT32* loadImage8888(char const* name); ///< getImage8888() of that filter; the caller's, delete[]
+    /// GetImagePaletted() of that filter; both arrays are the caller's, delete[].
     static void loadImagePaletted(char const* name, unsigned char** palette, unsigned char** indices);
     /// A new surface. @param format  0: KXCSURFACEFORMAT_5515 for images with alpha, else KXCSURFACEFORMAT_55X5
     static KxcGLSurface* load(char const* name, KxcINT32 format);
     /// Fills the caller's pixels. @param pitch  bytes from row to row @param format as for load @return 1 on success
     static KxcINT32 loadImageToBuffer(char const* name, void* buffer, KxcINT32 pitch, KxcINT32 format);
 
-protected:
-    KxcImageLoader() = default;
+protected:                      // for derived classes
+    KxcImageLoader() = default; ///< registers nothing
     /// Puts a filter before all others; the core owns it from then on.
     static void registerImageLoader(KxcImageLoader* loader);
     /// Decodes an image into pixels and closes the file, whatever happens. @return 1 on success
@@ -91,7 +93,7 @@ public:
     static KxcGLResourceSurface* create(char const* name, KxcINT32 format, KxcINT32 resourceFlags);
     ~KxcGLResourceSurface() override;
     KxcINT32 lock(void** pixels, KxcINT32 format, KxcINT32 flags) override;
-    void unlock() override;
+    void unlock() override; ///< the pixels may be evicted from here on
 
 protected:
     KxcGLResourceSurface();

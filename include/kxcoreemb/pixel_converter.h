@@ -25,10 +25,13 @@ enum KXCSURFACEFORMAT : KxcINT32
 /// Where a format keeps its channels.
 struct KxcSurfaceFormatInfo
 {
-    KxcUINT32 bytesPerPixel;
-    KxcUINT32 redMask, greenMask, blueMask, alphaMask;
-    KxcUINT32 bits;   ///< channel widths, a byte each: red lowest, then green, blue, alpha
-    KxcUINT32 shifts; ///< lowest bit of each channel, packed alike
+    KxcUINT32 bytesPerPixel; ///< 1, 2 or 4
+    KxcUINT32 redMask;       ///< the bits of red
+    KxcUINT32 greenMask;     ///< likewise, of green
+    KxcUINT32 blueMask;      ///< likewise, of blue
+    KxcUINT32 alphaMask;     ///< likewise, of alpha; 0 where there is none
+    KxcUINT32 bits;          ///< channel widths, a byte each: red lowest, then green, blue, alpha
+    KxcUINT32 shifts;        ///< lowest bit of each channel, packed alike
 };
 
 /// One row per KXCSURFACEFORMAT.
@@ -46,9 +49,12 @@ inline constexpr KxcSurfaceFormatInfo kxcSurfaceFormats[KXCSURFACEFORMAT_COUNT] 
     {4, 0xFF0000, 0xFF00, 0xFF, 0xFF000000, 0x08080808, 0x18000810},
 };
 
-/// F(source, target) for each ordered pair of different formats; paletted pixels are never converted.
+/// @cond
 #define KXC_CONVERSIONS_FROM(F, S, A, B, C, D, E, G, H, I) \
     F(S, A) F(S, B) F(S, C) F(S, D) F(S, E) F(S, G) F(S, H) F(S, I)
+/// @endcond
+
+/// F(source, target) for each ordered pair of different formats; paletted pixels are never converted.
 #define KXC_FOR_EACH_CONVERSION(F)                                                          \
     KXC_CONVERSIONS_FROM(F, 565, X888, 1555, 8888, X6X5X5, 1X5X5X5, 55X5, 5515, Premul8888) \
     KXC_CONVERSIONS_FROM(F, X888, 565, 1555, 8888, X6X5X5, 1X5X5X5, 55X5, 5515, Premul8888) \
@@ -66,35 +72,45 @@ inline constexpr KxcSurfaceFormatInfo kxcSurfaceFormats[KXCSURFACEFORMAT_COUNT] 
 ///            one exception: X6X5X5 to 8888 leaves the new low bits 0). A missing alpha becomes opaque; of 8 bits of
 ///            alpha the top one survives in 1.
 /// Premul     to it, colours are multiplied by alpha / 255, rounded. From it, formats without alpha get the colour as
-/// it
-///            is stored (as if composed over black); the others get it divided by alpha, and white where alpha is 0.
+///            it is stored (as if composed over black); the others get it divided by alpha, and white where alpha is 0.
 /// Memory     runs of 16 and 32-bit pixels are aligned to their pixel; nothing is allocated.
 /// Threads    any; there is no state.
 class KXC_API KxcPixelConverter
 {
 public:
-    typedef KxcUINT32 (*ConversionFunction)(KxcUINT32 pixel);
+    typedef KxcUINT32 (*ConversionFunction)(KxcUINT32 pixel); ///< converts one pixel
     /// Converts `count` pixels; 0 or less converts nothing. Runs may not overlap, except that formats of one size can
     /// be converted in place.
     typedef void (*BufferConversionFunction)(void* source, void* target, KxcINT32 count);
 
-    /// @return the converted pixel; 0 where getConversionFunction() answers null
+    /// Converts one pixel. @return it, or 0 where getConversionFunction() answers null
     static KxcUINT32 convert(KxcUINT32 pixel, KxcINT32 sourceFormat, KxcINT32 targetFormat);
-    /// Does nothing where getBufferConversionFunction() answers null.
+    /// Converts a run of pixels; does nothing where getBufferConversionFunction() answers null.
     static void convertBuffer(void* source, void* target, KxcINT32 count, KxcINT32 sourceFormat, KxcINT32 targetFormat);
 
+    /// @{
+    /// The function that converts pixels, or runs of them, from one format to another; chosen once, called often.
     /// @return null when a format is unknown, 0 or PALETTE8; for equal formats the identity
     static ConversionFunction getConversionFunction(KxcINT32 sourceFormat, KxcINT32 targetFormat);
     static BufferConversionFunction getBufferConversionFunction(KxcINT32 sourceFormat, KxcINT32 targetFormat);
+    /// @}
 
-    static KxcUINT32 copyPixel(KxcUINT32 pixel);
+    static KxcUINT32 copyPixel(KxcUINT32 pixel); ///< the identity
+
+    /// @{
+    /// Copies a run of 16-bit or 32-bit pixels.
     static void copyBuffer16(void* source, void* target, KxcINT32 count);
     static void copyBuffer32(void* source, void* target, KxcINT32 count);
+    /// @}
 
-    // convert565ToX888, convertBuffer565ToX888 and so on: what the lookups above choose from, by name.
+    /// @cond
 #define KXC_DECLARE_CONVERSION(Source, Target)                     \
     static KxcUINT32 convert##Source##To##Target(KxcUINT32 pixel); \
     static void convertBuffer##Source##To##Target(void* source, void* target, KxcINT32 count);
+    /// @endcond
+    /// @{
+    /// convert565ToX888, convertBuffer565ToX888 and so on: what the lookups above choose from, by name.
     KXC_FOR_EACH_CONVERSION(KXC_DECLARE_CONVERSION)
+    /// @}
 #undef KXC_DECLARE_CONVERSION
 };

@@ -14,8 +14,7 @@
 ///              0x8000 + n   n opaque pixels: n colours, 55X5 with bit 5 zero
 ///              0xC000 + n   n translucent pixels: n pairs of an alpha, 0..32, and a colour
 /// Memory     the encoding, and where it has short repetitions, as noise makes them, a second one without those, which
-/// is
-///            drawn faster.
+///            is drawn faster.
 /// Units      pixels. A sprite covers the smallest rectangle around what is not transparent; its offset tells where in
 ///            the surface that rectangle lay, so that a sprite drawn at (x, y) falls where the surface would.
 /// Targets    55X5 surfaces are drawn on directly, others in the working formats of KxcPixelBlender. PALETTE8 surfaces
@@ -57,16 +56,16 @@ public:
     /// Reads a pixel as a sprite keeps it: alpha 0..32 in bits 31..24, colours & 0xF8F8F8 below.
     static KxcUINT32 getSourceColor(const KxcUINT8* pixel, KxcINT32 format, KxcINT32 bytesPerPixel);
 
-    KxcINT32 getWidth() const { return m_width; }
-    KxcINT32 getHeight() const { return m_height; }
-    KxcINT32 getXOffset() const { return m_xOffset; }
-    KxcINT32 getYOffset() const { return m_yOffset; }
-    void setXOffset(KxcINT32 xOffset) { m_xOffset = xOffset; }
-    void setYOffset(KxcINT32 yOffset) { m_yOffset = yOffset; }
+    KxcINT32 getWidth() const { return m_width; }              ///< of what is visible, in pixels
+    KxcINT32 getHeight() const { return m_height; }            ///< likewise
+    KxcINT32 getXOffset() const { return m_xOffset; }          ///< added to x where the sprite is drawn
+    KxcINT32 getYOffset() const { return m_yOffset; }          ///< likewise, to y
+    void setXOffset(KxcINT32 xOffset) { m_xOffset = xOffset; } ///< moves the sprite from where it is drawn
+    void setYOffset(KxcINT32 yOffset) { m_yOffset = yOffset; } ///< likewise
     // The encoding was checked when the sprite was made, and is only read from then on.
-    const KxcINT32* getLineTable() const { return m_lineTable; }
-    const KxcUINT16* getData() const { return m_data; }
-    KxcINT32 getDataLength() const { return m_dataLength; } ///< in words
+    const KxcINT32* getLineTable() const { return m_lineTable; } ///< getHeight() indices into getData(), the sprite's
+    const KxcUINT16* getData() const { return m_data; }          ///< the encoding, the sprite's
+    KxcINT32 getDataLength() const { return m_dataLength; }      ///< in words
 
     /// Finds what a clip rectangle leaves of the sprite at (x, y).
     /// @param clip  in the target's pixels; null leaves everything
@@ -84,12 +83,16 @@ public:
               KxcINT32 value) const;
     /// Lays the sprite over a 55X5 surface; other formats are left as they are.
     void blitFast55X5(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y) const;
-    /// @param weight  0..32; these are blit() with KXCBLEND_ADD, _MUL and _INVMUL
+
+    /// @{
+    /// blit() with KXCBLEND_ADD, _MUL and _INVMUL. @param weight  0..32
     void blitAdditive(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y, KxcINT32 weight) const;
     void blitMultiplicative(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y,
                             KxcINT32 weight) const;
     void blitInverseMultiplicative(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y,
                                    KxcINT32 weight) const;
+    /// @}
+
     /// blit() onto any format but PALETTE8; on 55X5 surfaces it gives the same by a longer way.
     void blitGeneric(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y, KxcINT32 type,
                      KxcUINT32 value) const;

@@ -50,20 +50,20 @@ public:
     /// @param flags   KXCLOCK_ bits
     /// @return bytes from one row to the next; 0 when already locked, refused or out of memory
     virtual KxcINT32 lock(void** pixels, KxcINT32 format, KxcINT32 flags);
-    virtual void unlock();
+    virtual void unlock(); ///< ends what lock() began; harmless without it
 
     KxcGLSurface(const KxcGLSurface&) = delete;
     KxcGLSurface& operator=(const KxcGLSurface&) = delete;
 
-    KxcINT32 getWidth() const;
-    KxcINT32 getHeight() const;
-    KxcINT32 getFormat() const;
+    KxcINT32 getWidth() const;  ///< in pixels
+    KxcINT32 getHeight() const; ///< likewise
+    KxcINT32 getFormat() const; ///< a KXCSURFACEFORMAT_ value, never 0
 
     /// Pixels of this colour are not drawn onto other surfaces while the key is enabled. The key is converted to the
     /// surface's format before it is compared.
     void setColorKey(KxcINT32 color);
-    KxcINT32 getColorKey() const;
-    void enableColorKey(KxcINT32 enable);
+    KxcINT32 getColorKey() const;         ///< as it was set; 0 at first
+    void enableColorKey(KxcINT32 enable); ///< 1 lets the key count, 0 (as at first) does not
 
     /// Sets every pixel to the colour, without blending. Paletted surfaces are left as they are, here and below.
     void clear(KxcUINT32 color);
@@ -74,19 +74,17 @@ public:
     /// Draws a smooth line; only on 55X5 surfaces. @param color  0x00RRGGBB
     void drawAALine(KxcFixed x1, KxcFixed y1, KxcFixed x2, KxcFixed y2, KxcUINT32 color);
 
-    // Drawing an image, in four families: as it is, blended, transformed, both.
-    //
-    // source         another surface; drawn onto itself a surface stays as it is
-    // x, y           where the top left corner goes; 0, 0 when not given
-    // rect           the part of the source to draw, clipped to it; all of it when not given
-    // width, height  the size to scale to, by nearest neighbour; without them the part keeps its size, and where only
-    //                the width is given the height keeps the proportions of the whole source surface
-    // type, value    a KXCBLEND_ and its strength 0..255
-    // flags          KXCTRANSFORM_ bits
-    //
-    // Pixels that equal the source's enabled colour key leave the target as it is. Blending takes place in the working
-    // formats that KxcPixelBlender::getBlendingFormat() names.
+    // --- drawing an image, in four families: as it is, blended, transformed, both ---
 
+    /// @{
+    /// Draws an image as it is. Pixels that equal the source's enabled colour key leave the target as it is.
+    ///
+    /// - source: another surface; drawn onto itself a surface stays as it is
+    /// - x, y: where the top left corner goes; 0, 0 when not given
+    /// - rect: the part of the source to draw, clipped to it; all of it when not given
+    /// - width, height: the size to scale to, by nearest neighbour; without them the part keeps its size, and where
+    /// only
+    ///   the width is given the height keeps the proportions of the whole source surface
     void drawImage(KxcGLSurface* source);
     void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y);
     void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width);
@@ -96,7 +94,13 @@ public:
     void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width);
     void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width,
                    KxcINT32 height);
+    /// @}
 
+    /// @{
+    /// drawImage() with blending, which takes place in the working formats that KxcPixelBlender::getBlendingFormat()
+    /// names.
+    ///
+    /// - type, value: a KXCBLEND_ and its strength 0..255
     void drawImageBlend(KxcGLSurface* source, KxcINT32 type, KxcINT32 value);
     void drawImageBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 type, KxcINT32 value);
     void drawImageBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width, KxcINT32 type, KxcINT32 value);
@@ -109,7 +113,12 @@ public:
                         KxcINT32 type, KxcINT32 value);
     void drawImageBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width,
                         KxcINT32 height, KxcINT32 type, KxcINT32 value);
+    /// @}
 
+    /// @{
+    /// drawImage() of the source mirrored or turned.
+    ///
+    /// - flags: KXCTRANSFORM_ bits
     void drawImageTransform(KxcGLSurface* source, KxcUINT32 flags);
     void drawImageTransform(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcUINT32 flags);
     void drawImageTransform(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width, KxcUINT32 flags);
@@ -121,7 +130,10 @@ public:
                             KxcUINT32 flags);
     void drawImageTransform(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width,
                             KxcINT32 height, KxcUINT32 flags);
+    /// @}
 
+    /// @{
+    /// drawImage() of the source mirrored or turned, with blending: both as above.
     void drawImageTransformBlend(KxcGLSurface* source, KxcINT32 type, KxcINT32 value, KxcUINT32 flags);
     void drawImageTransformBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 type, KxcINT32 value,
                                  KxcUINT32 flags);
@@ -137,6 +149,7 @@ public:
                                  KxcINT32 type, KxcINT32 value, KxcUINT32 flags);
     void drawImageTransformBlend(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, const KxcRectangle& rect, KxcINT32 width,
                                  KxcINT32 height, KxcINT32 type, KxcINT32 value, KxcUINT32 flags);
+    /// @}
 
 protected:
     KxcGLSurface(); ///< create() is the only way in; derived classes fill m_surface in theirs

@@ -29,7 +29,7 @@ public:
     /// what they were.
     /// @return null also for a width or height below 1, or when an axis shrinks to less than 1/65536
     static KxcGLSurface* resampleSurface(KxcGLSurface* source, KxcINT32 width, KxcINT32 height);
-    /// @param scaleX, scaleY  the sizes are the source's times these, floored
+    /// The same by factors. @param scaleX, scaleY  the sizes are the source's times these, floored
     static KxcGLSurface* resampleSurface(KxcGLSurface* source, KxcFixed scaleX, KxcFixed scaleY);
 
     /// The picture mapped through an affine transform, p' = p * M; what shrinks is averaged first. Around the source
