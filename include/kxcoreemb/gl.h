@@ -30,13 +30,15 @@ struct KxcGLDeviceInfo
 {
     const KxcGLDeviceInfo* next; ///< registered before this one; null at the end
     KxcUINT32 deviceId;          ///< for KxcGL::create
-    KxcINT32 width, height;      ///< of the frame that the device renders, in pixels
+    KxcINT32 width;              ///< of the frame that the device renders, in pixels
+    KxcINT32 height;             ///< likewise
     KxcINT32 infoFlags1;         ///< 1
-    KxcUINT32 capabilityMask, capabilityMask2;
-    KxcINT32 infoFlags2; ///< 1
-    KxcINT32 infoValue;  ///< 0
-    KxcINT32 priority;   ///< the highest is chosen for device id 0
-    const char* name;
+    KxcUINT32 capabilityMask;    ///< what it can, as bits that nothing here reads
+    KxcUINT32 capabilityMask2;   ///< likewise
+    KxcINT32 infoFlags2;         ///< 1
+    KxcINT32 infoValue;          ///< 0
+    KxcINT32 priority;           ///< the highest is chosen for device id 0
+    const char* name;            ///< such as "ReferenceARM"
 };
 
 /// Render states, for setStateI and its kin.
@@ -102,29 +104,38 @@ struct KxcGLLight
     KxcVector3 direction;     ///< of a directional light: toward it
     KxcFixed range;           ///< how far a point light reaches
     KxcFixed attenuation[3];  ///< divides a point light by a + b * distance + c * distance squared
-    KxcFixed extra1, extra2;  ///< stored
+    KxcFixed extra1;          ///< stored
+    KxcFixed extra2;          ///< stored
 };
 
+/// What lights make of a surface; white, without ambient light, at first.
 struct KxcGLMaterial
 {
-    KxcUINT32 diffuse; ///< 0xAARRGGBB; the alpha is the vertices'
-    KxcUINT32 extra;   ///< stored
-    KxcUINT32 ambient; ///< 0x00RRGGBB, like the next
-    KxcUINT32 emissive;
-    KxcUINT32 extra2; ///< stored
+    KxcUINT32 diffuse;  ///< 0xAARRGGBB; the alpha is the vertices'
+    KxcUINT32 extra;    ///< stored
+    KxcUINT32 ambient;  ///< 0x00RRGGBB: how much of the ambient light it shows
+    KxcUINT32 emissive; ///< 0x00RRGGBB: added to all light
+    KxcUINT32 extra2;   ///< stored
 };
 
 /// Where on the render target the view goes, in pixels.
 struct KxcGLViewport
 {
-    KxcINT32 x, y, width, height;
-    KxcINT32 extra1, extra2; ///< stored
+    KxcINT32 x;      ///< the left edge
+    KxcINT32 y;      ///< the top edge
+    KxcINT32 width;  ///< 1 or more
+    KxcINT32 height; ///< likewise
+    KxcINT32 extra1; ///< stored
+    KxcINT32 extra2; ///< stored
 };
 
 /// What a custom item's callback gets: where the vertex is on the screen, and its colour.
 struct KxcGLCustomItem
 {
-    KxcFixed x, y, z, w;
+    KxcFixed x;      ///< in pixels
+    KxcFixed y;      ///< likewise
+    KxcFixed z;      ///< after the division by w
+    KxcFixed w;      ///< the depth that it was sorted by
     KxcUINT32 color; ///< 0xAARRGGBB
 };
 
@@ -132,6 +143,7 @@ struct KxcGLCustomItem
 class KXC_API KxcGLCustomRenderCallback
 {
 public:
+    /// Draws one item, within endRender(). @param item  gone after the call @param data  of setCustomCallbackData()
     virtual void render(const KxcGLCustomItem* item, KxcINT32 data) = 0;
 
 protected:
@@ -167,32 +179,32 @@ public:
     /// @return 0, and nothing changes, unless it is a 55X5 surface of even width
     KxcINT32 setRenderTarget(KxcGLSurface* surface);
     KxcGLSurface* getSecondary(); ///< the render target
-    /// Two pointers kept for the application.
+    /// Stores two pointers for the application, which nothing here reads.
     KxcINT32 setPalette(unsigned char* first, unsigned char* second);
     KxcINT32 getPalette(unsigned char** first, unsigned char** second); ///< -2 when one that is asked for was never set
 
     // --- state: takes effect for what is rendered after the change ---
     /// @param state  a KXCGLSTATE_ value; -2 for values it does not take
     KxcINT32 setStateI(KxcINT32 state, KxcINT32 value);
-    KxcINT32 setStateF(KxcINT32 state, KxcFixed value);
-    KxcINT32 getStateI(KxcINT32 state, KxcINT32& value);
-    KxcINT32 getStateF(KxcINT32 state, KxcFixed& value);
+    KxcINT32 setStateF(KxcINT32 state, KxcFixed value);  ///< the same; whole numbers where the state is one
+    KxcINT32 getStateI(KxcINT32 state, KxcINT32& value); ///< what was set, as a whole number
+    KxcINT32 getStateF(KxcINT32 state, KxcFixed& value); ///< the same as a fixed-point one
     /// 0 when the factors form a pair that can be drawn: (ONE, ZERO), (SOURCEALPHA, INVSOURCEALPHA), (ONE, ONE) or
     /// (ZERO, INVSOURCECOLOR).
     KxcINT32 validateBlendMode(KxcINT32 source, KxcINT32 destination);
-    KxcINT32 setMatrix(KxcINT32 matrix, const KxcMatrix4& m); ///< @param matrix  a KXCGLMATRIX_ value
-    KxcINT32 getMatrix(KxcINT32 matrix, KxcMatrix4& m);
+    KxcINT32 setMatrix(KxcINT32 matrix, const KxcMatrix4& m);   ///< @param matrix  a KXCGLMATRIX_ value
+    KxcINT32 getMatrix(KxcINT32 matrix, KxcMatrix4& m);         ///< what was set; the identity at first
     KxcINT32 setLight(KxcINT32 index, const KxcGLLight& light); ///< @param index  0 to 7
-    KxcINT32 getLight(KxcINT32 index, KxcGLLight& light);
-    KxcINT32 enableLight(KxcINT32 index, KxcINT32 enable); ///< 1 enables, anything else disables
-    KxcINT32 setMaterial(const KxcGLMaterial& material);
-    KxcINT32 getMaterial(KxcGLMaterial& material);
-    KxcINT32 setViewport(const KxcGLViewport& viewport); ///< has no default: set it before the first primitive
-    KxcINT32 getViewport(KxcGLViewport& viewport);
-    KxcINT32 setTexture(KxcGLTexture* texture); ///< null for none; it stays the game's
-    KxcGLTexture* getTexture();
+    KxcINT32 getLight(KxcINT32 index, KxcGLLight& light);       ///< what was set
+    KxcINT32 enableLight(KxcINT32 index, KxcINT32 enable);      ///< 1 enables, anything else disables
+    KxcINT32 setMaterial(const KxcGLMaterial& material);        ///< copied
+    KxcINT32 getMaterial(KxcGLMaterial& material);              ///< what was set
+    KxcINT32 setViewport(const KxcGLViewport& viewport);        ///< has no default: set it before the first primitive
+    KxcINT32 getViewport(KxcGLViewport& viewport);              ///< what was set
+    KxcINT32 setTexture(KxcGLTexture* texture);                 ///< null for none; it stays the game's
+    KxcGLTexture* getTexture();                                 ///< null for none
     KxcINT32 setCustomCallback(KxcGLCustomRenderCallback* callback); ///< for custom items; it stays the game's
-    KxcINT32 setCustomCallbackData(KxcINT32 data);
+    KxcINT32 setCustomCallbackData(KxcINT32 data);                   ///< handed to it
 
     // --- primitives ---
     /// Queues the triangles of count vertices from first on; vertices min to max, all that are used, are transformed.
@@ -207,7 +219,12 @@ public:
     KxcINT32 processVertices(KxcGLVertexBuffer& source, KxcGLVertexBuffer& target, KxcINT32 first, KxcINT32 count);
 
     // --- sprites: rectangles of the texture, sorted like triangles ---
-    /// On the screen, centred at pixel (x, y). @param matrix  turns and scales the corners first; may be null
+    /// On the screen, centred at pixel (x, y).
+    /// @param z                         what it is sorted by
+    /// @param w, h                      its size in pixels
+    /// @param left, top, right, bottom  the part of the texture, where 1.0 spans it
+    /// @param matrix                    turns and scales the corners first; may be null
+    /// @param color                     0xAARRGGBB, as the shading uses it
     KxcINT32 drawSprite2d(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
                           KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, KxcUINT32 color);
     /// The same with (x, y) as the top left corner.

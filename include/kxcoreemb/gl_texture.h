@@ -25,7 +25,8 @@ enum KXCTEXTURE : KxcINT32
 class KXC_API KxcGLTextureBuilder
 {
 public:
-    virtual KxcINT32 getSurfaceCount() = 0;
+    virtual KxcINT32 getSurfaceCount() = 0; ///< how many levels there are, 1 or more
+    /// Answers a level's size in texels and its KXCSURFACEFORMAT_.
     virtual void getSurfaceParams(KxcINT32 level, KxcINT32& width, KxcINT32& height, KxcINT32& format) = 0;
     /// Writes the texels of a level, rows without gaps, a palette before them. Called for one level after another;
     /// those before it can be locked through the resource. @return not 0 on success
@@ -36,17 +37,18 @@ public:
 
     /// Whether textures of the two builders may share their levels.
     bool equals(KxcGLTextureBuilder* other);
-    KxcINT32 getKind() const { return m_kind; }
-    KxcINT32 getFlags() const { return m_flags; }
+    KxcINT32 getKind() const { return m_kind; }   ///< the number of the derived class
+    KxcINT32 getFlags() const { return m_flags; } ///< KXCTEXTURE_ bits
 
     KxcGLTextureBuilder(const KxcGLTextureBuilder&) = delete;
     KxcGLTextureBuilder& operator=(const KxcGLTextureBuilder&) = delete;
 
-protected:
+protected: // for derived classes
     /// @param kind   one number for each derived class; 1 is KxcGLTextureFromFile's @param flags  KXCTEXTURE_ bits
     KxcGLTextureBuilder(KxcINT32 kind, KxcINT32 flags) : m_kind(kind), m_flags(flags) {}
 
-    KxcINT32 m_kind, m_flags;
+    KxcINT32 m_kind;  ///< of the constructor
+    KxcINT32 m_flags; ///< likewise
 };
 
 /// The levels of one texture, or of several that share them, in memory that the resource manager may reclaim.
@@ -57,9 +59,9 @@ public:
     /// Opens a level until as many unlock() calls; levels are loaded first if need be.
     /// @return null for a level that does not exist or cannot be loaded
     KxcGLSurface* lock(KxcINT32 level);
-    KxcINT32 unlock(KxcINT32 level); ///< 0 for one that is not locked
-    KxcINT32 getSurfaceCount() const { return m_count; }
-    KxcINT32 getSurfaceFormat() const; ///< of level 0
+    KxcINT32 unlock(KxcINT32 level);                     ///< 0 for one that is not locked
+    KxcINT32 getSurfaceCount() const { return m_count; } ///< levels
+    KxcINT32 getSurfaceFormat() const;                   ///< of level 0
 
     KxcINT32 callback(void* data) override; ///< has the builder fill all levels
 
@@ -106,23 +108,25 @@ public:
     KxcINT32 unlock(KxcINT32 level); ///< 0 for one that is not locked
     void preload();                  ///< loads the levels now
 
-    KxcINT32 getSurfaceCount() const;
-    KxcINT32 getSurfaceFormat() const; ///< of level 0
-    KxcINT32 getTexelFormat() const { return m_texelFormat; }
-    KxcINT32 getPrimarySurfaceWidth() const { return m_width; }
-    KxcINT32 getPrimarySurfaceHeight() const { return m_height; }
-    KxcGLTextureBuilder* getBuilder() const { return m_builder; }
-    KxcGLTexture* getNext() const { return m_next; } ///< the next older texture
-    KxcINT32 getGLData() const { return m_glData; }  ///< a word for the device; 0 when the device goes
-    void setGLData(KxcINT32 data) { m_glData = data; }
+    KxcINT32 getSurfaceCount() const;                             ///< levels
+    KxcINT32 getSurfaceFormat() const;                            ///< of level 0
+    KxcINT32 getTexelFormat() const { return m_texelFormat; }     ///< of level 0, as the builder said
+    KxcINT32 getPrimarySurfaceWidth() const { return m_width; }   ///< of level 0, in texels
+    KxcINT32 getPrimarySurfaceHeight() const { return m_height; } ///< likewise
+    KxcGLTextureBuilder* getBuilder() const { return m_builder; } ///< stays the texture's
+    KxcGLTexture* getNext() const { return m_next; }              ///< the next older texture
+    KxcINT32 getGLData() const { return m_glData; }               ///< a word for the device; 0 when the device goes
+    void setGLData(KxcINT32 data) { m_glData = data; }            ///< kept for the device
 
-    // Write the level below the source's, half as wide and high, rows without gaps. Nothing where the source has
-    // no pixels or another format.
+    /// @{
+    /// Writes the level below the source's, half as wide and high, rows without gaps. Nothing where the source has no
+    /// pixels or another format. In 5515 a texel is opaque where all four are.
     static void filterMapPointSample55X5(KxcGLSurface* source, void* target);
     static void filterMapLinear55X5(KxcGLSurface* source, void* target);
     static void filterMapPointSample5515(KxcGLSurface* source, void* target);
-    static void filterMapLinear5515(KxcGLSurface* source, void* target); ///< opaque where all four texels are
+    static void filterMapLinear5515(KxcGLSurface* source, void* target);
     static void filterMapPointSamplePal55X5(KxcGLSurface* source, void* target);
+    /// @}
 
     KxcGLTexture(const KxcGLTexture&) = delete;
     KxcGLTexture& operator=(const KxcGLTexture&) = delete;

@@ -38,10 +38,10 @@ public:
     /// Sorts the components into arrays of their own, which are read faster. Once; no lock() after it.
     KxcINT32 optimize(); ///< 0, or -4 when memory runs out, where the buffer stays as it was
 
-    KxcINT32 getFlags() const { return m_flags; }
-    KxcINT32 getVertexStride() const { return m_stride; }
-    KxcINT32 getNumVertices() const { return m_count; }
-    KxcINT32 isValid() const { return 1; }
+    KxcINT32 getFlags() const { return m_flags; }         ///< KXCGLVERTEX_ bits
+    KxcINT32 getVertexStride() const { return m_stride; } ///< in bytes
+    KxcINT32 getNumVertices() const { return m_count; }   ///< as created
+    KxcINT32 isValid() const { return 1; }                ///< 1: a buffer never goes bad on this platform
 
     /// Where a component lies in a vertex, in bytes; -1 where the format lacks it.
     KxcINT32 offsetOf(KXCGLVERTEX component) const;
@@ -52,7 +52,7 @@ public:
         const KxcUINT8* first; ///< null where the format lacks it
         ptrdiff_t stride;      ///< in bytes
     };
-    Stream stream(KXCGLVERTEX component) const;
+    Stream stream(KXCGLVERTEX component) const; ///< where it is now; it moves in optimize()
 
 private:
     static constexpr KxcINT32 kComponents = 10;
@@ -93,10 +93,10 @@ public:
     KxcGLTriangleInfoBuffer(const KxcGLTriangleInfoBuffer&) = delete;
     KxcGLTriangleInfoBuffer& operator=(const KxcGLTriangleInfoBuffer&) = delete;
 
-    void* lock() { return m_records; }
-    void unlock() {}
+    void* lock() { return m_records; } ///< the records, to be filled at any time
+    void unlock() {}                   ///< no effect
 
-    KxcINT32 getCount() const { return m_count; }
+    KxcINT32 getCount() const { return m_count; } ///< records
     /// A field of a record; null where the format or the buffer lacks it.
     const KxcUINT8* field(KxcINT32 record, KXCGLTRIANGLEINFO component) const;
 

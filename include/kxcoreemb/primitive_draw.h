@@ -10,8 +10,7 @@ struct KxcPrimitiveRow;
 /// Fills polygons made of point and edge sets into a locked surface.
 ///
 /// Use        addPolygon() and addIndexedSet(), any number of them, then one of the render calls, which fills
-/// everything
-///            that was added together and forgets it. KxcPrimitiveTranslator does that for paths.
+///            everything that was added together and forgets it. KxcPrimitiveTranslator does that for paths.
 /// Grid       pixels for renderEvenOdd() and renderNonZero(), which test the centres of rows; eighths of pixels in both
 ///            directions for renderEvenOddAA() and renderNonZeroAA(), which count 8 x 8 samples for each pixel.
 /// Clipping   the clipping rectangle is in grid units and inclusive. Nothing is ever written outside of the surface.
@@ -39,18 +38,21 @@ public:
     void setOpacity(KxcUINT8 opacity);              ///< 255 at first
     void setFiller(KxcPrimitiveDrawFiller* filler); ///< stays the caller's; null goes back to the colour
 
-    /// The set's points must have been scaled. Edges are clipped to the rectangle that is set now.
+    /// @{
+    /// Adds edges, clipped to the rectangle that is set now. The points must have been scaled.
     void addPolygon(const KxcPrimitiveDrawPointSet* points, const KxcPrimitiveDrawLineSet* lines);
     void addIndexedSet(const KxcPrimitiveDrawIndexedPrimitiveSet* primitives);
+    /// @}
 
-    // Filling what was added, by the even-odd or the non-zero rule, smooth (AA) or not.
-    //
-    // pixels, width, height, pitch  a surface's: the size in pixels, the pitch in bytes
-    // format                        a KXCSURFACEFORMAT_
+    /// @{
+    /// Fills what was added, by the even-odd or the non-zero rule, smooth (AA) or not.
+    /// @param pixels, width, height, pitch  a surface's: the size in pixels, the pitch in bytes
+    /// @param format                        a KXCSURFACEFORMAT_
     void renderEvenOdd(KxcUINT8* pixels, KxcINT32 width, KxcINT32 height, KxcINT32 pitch, KxcINT32 format);
     void renderNonZero(KxcUINT8* pixels, KxcINT32 width, KxcINT32 height, KxcINT32 pitch, KxcINT32 format);
     void renderEvenOddAA(KxcUINT8* pixels, KxcINT32 width, KxcINT32 height, KxcINT32 pitch, KxcINT32 format);
     void renderNonZeroAA(KxcUINT8* pixels, KxcINT32 width, KxcINT32 height, KxcINT32 pitch, KxcINT32 format);
+    /// @}
 
     /// Writes the spans of the current row into a row of pixels.
     typedef void (KxcPrimitiveDraw::*BlitFunction)(KxcUINT8* row, KxcINT32 y);

@@ -14,8 +14,8 @@ struct KxcScaledTransform;
 class KXC_API KxcPrimitiveDrawFiller
 {
 public:
-    virtual void initFill() = 0;
-    virtual void deinitFill() = 0;
+    virtual void initFill() = 0;   ///< before the first fill() of a shape
+    virtual void deinitFill() = 0; ///< after the last one
     /// Writes the colours of the pixels xStart to xEnd - 1 of row y to buffer[xStart] and on.
     virtual void fill(KxcINT32 xStart, KxcINT32 xEnd, KxcINT32 y, KxcUINT32* buffer) = 0;
     virtual ~KxcPrimitiveDrawFiller();
@@ -44,9 +44,10 @@ public:
     /// @param offset  clamped to 0..1
     /// @param color   0xAARRGGBB, not premultiplied
     virtual void addGradientStop(KxcFixed offset, KxcUINT32 color);
-    virtual void resetGradient(); ///< removes all stops: what has none is transparent
-    virtual void setSpreadMethod(KxcINT32 method);
-    virtual void setTransformation(const KxcMatrix3& matrix);
+    virtual void resetGradient();                             ///< removes all stops: what has none is transparent
+    virtual void setSpreadMethod(KxcINT32 method);            ///< a KXCSPREAD_; KXCSPREAD_PAD at first
+    virtual void setTransformation(const KxcMatrix3& matrix); ///< the path's, which the translator sets
+    /// Applied before the path's; the identity at first.
     virtual void setGradientTransformation(const KxcMatrix3& matrix);
 
     KxcPrimitiveDrawGradientFiller(const KxcPrimitiveDrawGradientFiller&) = delete;
@@ -90,7 +91,7 @@ public:
     /// @return null without memory
     static KxcPrimitiveDrawLinearGradientFiller* create(const KxcVector2& start, const KxcVector2& end);
     void fill(KxcINT32 xStart, KxcINT32 xEnd, KxcINT32 y, KxcUINT32* buffer) override;
-    virtual void setGradientBase(const KxcVector2& start, const KxcVector2& end);
+    virtual void setGradientBase(const KxcVector2& start, const KxcVector2& end); ///< as in create()
 
 protected:
     KxcPrimitiveDrawLinearGradientFiller() = default;
@@ -112,6 +113,7 @@ public:
     static KxcPrimitiveDrawRadialGradientFiller* create(const KxcVector2& centre, const KxcVector2& focus,
                                                         KxcFixed radius);
     void fill(KxcINT32 xStart, KxcINT32 xEnd, KxcINT32 y, KxcUINT32* buffer) override;
+    /// As in create().
     virtual void setGradientBase(const KxcVector2& centre, const KxcVector2& focus, KxcFixed radius);
 
 protected:
@@ -137,7 +139,7 @@ public:
     void initFill() override;
     void deinitFill() override;
     void fill(KxcINT32 xStart, KxcINT32 xEnd, KxcINT32 y, KxcUINT32* buffer) override;
-    virtual void setImage(KxcGLSurface* image);
+    virtual void setImage(KxcGLSurface* image);         ///< as in create()
     virtual void setFillOffset(KxcINT32 x, KxcINT32 y); ///< where the image's top left pixel lies on the surface
 
 protected:
@@ -165,9 +167,11 @@ public:
     void initFill() override;
     void deinitFill() override;
     void fill(KxcINT32 xStart, KxcINT32 xEnd, KxcINT32 y, KxcUINT32* buffer) override;
+    /// As in create(); also tells that the source has changed.
     virtual void setPattern(KxcGLSurface* source, const KxcRectangle& tile);
+    /// Applied before the path's; the identity at first.
     virtual void setPatternTransformation(const KxcMatrix3& matrix);
-    virtual void setTransformation(const KxcMatrix3& matrix);
+    virtual void setTransformation(const KxcMatrix3& matrix); ///< the path's, which the translator sets
 
     KxcPrimitiveDrawPatternFiller(const KxcPrimitiveDrawPatternFiller&) = delete;
     KxcPrimitiveDrawPatternFiller& operator=(const KxcPrimitiveDrawPatternFiller&) = delete;

@@ -20,12 +20,20 @@ public:
     KxcPrimitiveArray(const KxcPrimitiveArray&) = delete;
     KxcPrimitiveArray& operator=(const KxcPrimitiveArray&) = delete;
 
-    KxcINT32 count() const { return m_count; }
+    KxcINT32 count() const { return m_count; } ///< how many elements there are
+
+    /// @{
+    /// The first element; they move when the array grows.
     T* items() { return m_items; }
     const T* items() const { return m_items; }
+    /// @}
+
+    /// @{
+    /// An element; the index is not checked.
     T& operator[](KxcINT32 index) { return m_items[index]; }
     const T& operator[](KxcINT32 index) const { return m_items[index]; }
-    T& last() { return m_items[m_count - 1]; }
+    /// @}
+    T& last() { return m_items[m_count - 1]; } ///< the last element of an array that is not empty
 
     /// Makes room for `capacity` elements in all. @return false without memory
     bool reserve(KxcINT32 capacity)
@@ -44,6 +52,7 @@ public:
         m_capacity = capacity;
         return true;
     }
+    /// Adds a copy of an element. @return false without memory
     bool add(const T& item)
     {
         const T copy = item; // which may lie in here
@@ -56,7 +65,8 @@ public:
     bool resize(KxcINT32 count) { return reserve(count) && (m_count = count, true); }
     /// Forgets the elements from this one on; keeps the memory.
     void truncate(KxcINT32 count) { m_count = count; }
-    void clear() { m_count = 0; }
+    void clear() { m_count = 0; } ///< forgets all elements; keeps the memory
+    /// Exchanges the contents of two arrays.
     void swap(KxcPrimitiveArray& other)
     {
         T* const items = m_items;
@@ -79,7 +89,8 @@ private:
 /// A place in the rasteriser's grid, with 16 fraction bits. 64 bits hold whatever a matrix makes of a KxcFixed.
 struct KxcPrimitivePoint
 {
-    KxcINT64 x, y;
+    KxcINT64 x; ///< a column
+    KxcINT64 y; ///< a row
 };
 
 /// Points: where they are for the user, and where a matrix put them in the rasteriser's grid.
@@ -91,17 +102,17 @@ public:
 
     /// @return the point's index, or -1 without memory
     KxcINT32 addPoint(const KxcVector2& point) { return m_points.add(point) ? m_points.count() - 1 : -1; }
-    void clear() { m_points.clear(), m_scaled.clear(); }
-    KxcINT32 getCount() const { return m_points.count(); }
-    const KxcVector2& getPoint(KxcINT32 index) const { return m_points[index]; }
+    void clear() { m_points.clear(), m_scaled.clear(); }                         ///< removes all points
+    KxcINT32 getCount() const { return m_points.count(); }                       ///< points
+    const KxcVector2& getPoint(KxcINT32 index) const { return m_points[index]; } ///< as it was added
 
     /// Sets the grid coordinates of all points: those of the user times a matrix, or times a factor.
     /// @param gridShift  0..15: multiplies the result by 2^gridShift, 3 for eighths of pixels
     void calculateScaledValues(const KxcMatrix3& matrix, KxcINT32 gridShift = 0);
-    void calculateScaledValues(KxcFixed factor);
+    void calculateScaledValues(KxcFixed factor); ///< the same by a factor
     /// Of the points that the last calculateScaledValues() found; how many these are tells getScaledCount().
     const KxcPrimitivePoint& getScaledPoint(KxcINT32 index) const { return m_scaled[index]; }
-    KxcINT32 getScaledCount() const { return m_scaled.count(); }
+    KxcINT32 getScaledCount() const { return m_scaled.count(); } ///< grid coordinates that there are
 
 private:
     KxcPrimitiveDrawPointSet() = default;
@@ -113,7 +124,8 @@ private:
 /// An edge between two points, by their indices. Its direction counts for the non-zero rule.
 struct KxcPrimitiveDrawLine
 {
-    KxcINT32 from, to;
+    KxcINT32 from; ///< the point where it starts
+    KxcINT32 to;   ///< the point where it ends
 };
 
 /// Edges between the points of a set.
@@ -125,11 +137,12 @@ public:
 
     /// @return 0 without memory
     KxcINT32 addLine(KxcINT32 from, KxcINT32 to) { return m_lines.add({from, to}); }
-    void clear() { m_lines.clear(); }
+    void clear() { m_lines.clear(); }                          ///< removes all edges
     void truncate(KxcINT32 count) { m_lines.truncate(count); } ///< keeps the first `count` edges
-    KxcINT32 getCount() const { return m_lines.count(); }
+    KxcINT32 getCount() const { return m_lines.count(); }      ///< edges
+    /// An edge, by the order of adding.
     const KxcPrimitiveDrawLine& getLine(KxcINT32 index) const { return m_lines[index]; }
-    void setLineEnd(KxcINT32 index, KxcINT32 to) { m_lines[index].to = to; }
+    void setLineEnd(KxcINT32 index, KxcINT32 to) { m_lines[index].to = to; } ///< moves where an edge ends
 
 private:
     KxcPrimitiveDrawLineSet() = default;
@@ -162,10 +175,10 @@ public:
     /// Becomes another one in another place: its column 0 at x, its first row at y.
     void setInstance(const KxcPrimitiveDrawIndexedPrimitive& prototype, KxcINT32 x, KxcINT32 y);
 
-    KxcINT32 getX() const { return m_x; }
-    KxcINT32 getFirstRow() const { return m_y; }
-    KxcINT32 getRowCount() const { return m_rows; }
-    KxcINT32 getDirection() const { return m_direction; }
+    KxcINT32 getX() const { return m_x; }                 ///< the column that its table counts from
+    KxcINT32 getFirstRow() const { return m_y; }          ///< of the grid
+    KxcINT32 getRowCount() const { return m_rows; }       ///< rows that it reaches over
+    KxcINT32 getDirection() const { return m_direction; } ///< +1 or -1, for the non-zero rule
     /// @param row  0 for the first. @return the column in that row, with 16 fraction bits
     KxcINT64 getColumn(KxcINT32 row) const
     {
@@ -189,8 +202,9 @@ public:
 
     /// @return 0 without memory
     KxcINT32 addPrimitive(const KxcPrimitiveDrawIndexedPrimitive* primitive) { return m_primitives.add(primitive); }
-    void clear() { m_primitives.clear(); }
-    KxcINT32 getCount() const { return m_primitives.count(); }
+    void clear() { m_primitives.clear(); }                     ///< removes all of them
+    KxcINT32 getCount() const { return m_primitives.count(); } ///< edges
+    /// An edge, by the order of adding.
     const KxcPrimitiveDrawIndexedPrimitive* getPrimitive(KxcINT32 index) const { return m_primitives[index]; }
 
 private:

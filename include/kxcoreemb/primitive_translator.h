@@ -16,28 +16,31 @@
 /// What shapes are painted with.
 enum KXCPAINT : KxcINT32
 {
-    KXCPAINT_OFF = 0,
-    KXCPAINT_COLOR = 1,
-    KXCPAINT_GRADIENT = 2,
-    KXCPAINT_IMAGE = 3,
-    KXCPAINT_PATTERN = 4,
+    KXCPAINT_OFF = 0,      ///< not at all
+    KXCPAINT_COLOR = 1,    ///< one colour
+    KXCPAINT_GRADIENT = 2, ///< a KxcPrimitiveDrawGradientFiller
+    KXCPAINT_IMAGE = 3,    ///< a KxcPrimitiveDrawImageFiller
+    KXCPAINT_PATTERN = 4,  ///< a KxcPrimitiveDrawPatternFiller
 };
+/// What of a path that overlaps itself is inside.
 enum KXCFILLRULE : KxcINT32
 {
-    KXCFILLRULE_EVENODD = 0,
-    KXCFILLRULE_NONZERO = 1,
+    KXCFILLRULE_EVENODD = 0, ///< where a way out crosses an odd number of edges
+    KXCFILLRULE_NONZERO = 1, ///< where the path winds around
 };
+/// How the ends of strokes and dashes look.
 enum KXCLINECAP : KxcINT32
 {
-    KXCLINECAP_BUTT = 0,
-    KXCLINECAP_ROUND = 1,
-    KXCLINECAP_SQUARE = 2,
+    KXCLINECAP_BUTT = 0,   ///< cut off at the end point
+    KXCLINECAP_ROUND = 1,  ///< a half disc behind it
+    KXCLINECAP_SQUARE = 2, ///< half a square behind it
 };
+/// How the corners of strokes look.
 enum KXCLINEJOIN : KxcINT32
 {
-    KXCLINEJOIN_MITER = 0,
-    KXCLINEJOIN_ROUND = 1,
-    KXCLINEJOIN_BEVEL = 2,
+    KXCLINEJOIN_MITER = 0, ///< pointed, up to the miter limit
+    KXCLINEJOIN_ROUND = 1, ///< a disc as wide as the stroke
+    KXCLINEJOIN_BEVEL = 2, ///< cut off
 };
 /// How an elliptical arc goes from one point to the other.
 enum KXCARC : KxcUINT32
@@ -66,17 +69,20 @@ public:
     KxcPrimitiveTranslator(const KxcPrimitiveTranslator&) = delete;
     KxcPrimitiveTranslator& operator=(const KxcPrimitiveTranslator&) = delete;
 
-    void setRenderTarget(KxcGLSurface* target);
-    KxcGLSurface* getRenderTarget() const { return m_target; }
-    void setRenderer(KxcPrimitiveDraw* renderer);
-    /// @param clip  in pixels of the target; copied. Null draws on all of it.
+    void setRenderTarget(KxcGLSurface* target); ///< null for none; a locked surface is drawn on once it is unlocked
+    KxcGLSurface* getRenderTarget() const { return m_target; } ///< null at first
+    void setRenderer(KxcPrimitiveDraw* renderer); ///< what rasterises; null draws nothing, but the core's has one
+    /// Limits what is drawn on. @param clip  in pixels of the target; copied. Null for all of it
     void setClipRect(const KxcRectangle* clip);
-    void setTransformation(const KxcMatrix3& matrix);
-    /// @param length  how many pixels of a curve one straight piece should cover; 5 at first
+    void setTransformation(const KxcMatrix3& matrix); ///< from user space to pixels; the identity at first
+    /// How finely curves are divided. @param length  pixels that one straight piece should cover; 5 at first
     void setCurveSmoothLength(KxcFixed length);
-    void setAntialiasing(KxcINT32 on);
+    void setAntialiasing(KxcINT32 on); ///< 0: pixels are inside or not; smooth at first
 
     void setFillColor(KxcUINT32 color) { m_fill.setColor(color); } ///< 0x00RRGGBB
+
+    /// @{
+    /// Paints with a filler, which stays the caller's and must live while it is set.
     void setFillGradient(KxcPrimitiveDrawGradientFiller* filler)
     {
         m_fill.set(KXCPAINT_GRADIENT, filler, filler, nullptr);
@@ -86,11 +92,15 @@ public:
     {
         m_fill.set(KXCPAINT_PATTERN, filler, nullptr, filler);
     }
-    void setFillOff() { m_fill.set(KXCPAINT_OFF, nullptr, nullptr, nullptr); }
-    void setFillOpacity(KxcUINT8 opacity);
-    void setFillRule(KxcINT32 rule); ///< a KXCFILLRULE_; any other draws no fill
+    /// @}
+    void setFillOff() { m_fill.set(KXCPAINT_OFF, nullptr, nullptr, nullptr); } ///< draws no fill
+    void setFillOpacity(KxcUINT8 opacity); ///< 255, as at first, is opaque; on top of the paint's own
+    void setFillRule(KxcINT32 rule);       ///< a KXCFILLRULE_; any other draws no fill
 
     void setStrokeColor(KxcUINT32 color) { m_stroke.setColor(color); } ///< 0x00RRGGBB
+
+    /// @{
+    /// Paints with a filler, which stays the caller's and must live while it is set.
     void setStrokeGradient(KxcPrimitiveDrawGradientFiller* filler)
     {
         m_stroke.set(KXCPAINT_GRADIENT, filler, filler, nullptr);
@@ -100,26 +110,36 @@ public:
     {
         m_stroke.set(KXCPAINT_PATTERN, filler, nullptr, filler);
     }
-    void setStrokeOff() { m_stroke.set(KXCPAINT_OFF, nullptr, nullptr, nullptr); }
-    void setStrokeOpacity(KxcUINT8 opacity);
-    void setStrokeWidth(KxcFixed width);
-    void setLineCap(KxcINT32 cap);   ///< a KXCLINECAP_
-    void setLineJoin(KxcINT32 join); ///< a KXCLINEJOIN_
-    /// @param limit  corners whose miter would be longer than this many half widths are bevelled; 4 at first
+    /// @}
+    void setStrokeOff() { m_stroke.set(KXCPAINT_OFF, nullptr, nullptr, nullptr); } ///< draws no stroke
+    void setStrokeOpacity(KxcUINT8 opacity); ///< 255, as at first, is opaque; on top of the paint's own
+    void setStrokeWidth(KxcFixed width);     ///< in user space
+    void setLineCap(KxcINT32 cap);           ///< a KXCLINECAP_
+    void setLineJoin(KxcINT32 join);         ///< a KXCLINEJOIN_
+    /// How pointed corners may be. @param limit  those whose miter would be longer than this many half widths are
+    /// bevelled; 4 at first
     void setMiterLimit(KxcFixed limit);
-    /// @param lengths  of dashes and gaps in turn, from the path's start through all subpaths; entries that are not
-    ///                 positive are left out. Null, or a count below 1: no dashes. Copied.
+    /// Cuts strokes into dashes. @param lengths  of dashes and gaps in turn, from the path's start through all
+    /// subpaths;
+    ///                 entries that are not positive are left out. Null, or a count below 1: no dashes. Copied
     void setDashArray(const KxcFixed* lengths, KxcINT32 count);
     void setDashOffset(KxcFixed offset); ///< where in the dash array the path starts
 
     // Path commands. Relative ones count from the current point. Between beginPath() and the first moveTo, the others
     // do nothing.
 
-    void beginPath();
+    void beginPath(); ///< forgets the path
+
+    /// @{
+    /// Begins a subpath at the point.
     void moveToAbsolute(const KxcVector2& p);
     void moveToAbsolute(KxcFixed x, KxcFixed y) { moveToAbsolute({x, y}); }
     void moveToRelative(const KxcVector2& p) { moveToAbsolute(fromCurrent(p)); }
     void moveToRelative(KxcFixed x, KxcFixed y) { moveToRelative({x, y}); }
+    /// @}
+
+    /// @{
+    /// A straight line; horizontal and vertical ones keep the other coordinate.
     void lineToAbsolute(const KxcVector2& p);
     void lineToAbsolute(KxcFixed x, KxcFixed y) { lineToAbsolute({x, y}); }
     void lineToRelative(const KxcVector2& p) { lineToAbsolute(fromCurrent(p)); }
@@ -128,8 +148,10 @@ public:
     void horizontalLineToRelative(KxcFixed x) { lineToRelative({x, KxcFixed(0)}); }
     void verticalLineToAbsolute(KxcFixed y) { lineToAbsolute({m_current.x, y}); }
     void verticalLineToRelative(KxcFixed y) { lineToRelative({KxcFixed(0), y}); }
+    /// @}
 
-    /// A cubic Bezier curve.
+    /// @{
+    /// A cubic Bezier curve with two control points.
     void curveToAbsolute(const KxcVector2& c1, const KxcVector2& c2, const KxcVector2& p);
     void curveToAbsolute(KxcFixed x1, KxcFixed y1, KxcFixed x2, KxcFixed y2, KxcFixed x, KxcFixed y)
     {
@@ -143,6 +165,9 @@ public:
     {
         curveToRelative({x1, y1}, {x2, y2}, {x, y});
     }
+    /// @}
+
+    /// @{
     /// The same, whose first control point mirrors the last one of the curve before.
     void smoothCurveToAbsolute(const KxcVector2& c2, const KxcVector2& p) { curveToAbsolute(mirrored(), c2, p); }
     void smoothCurveToAbsolute(KxcFixed x2, KxcFixed y2, KxcFixed x, KxcFixed y)
@@ -157,8 +182,10 @@ public:
     {
         smoothCurveToRelative({x2, y2}, {x, y});
     }
+    /// @}
 
-    /// A quadratic Bezier curve.
+    /// @{
+    /// A quadratic Bezier curve with one control point.
     void quadraticCurveToAbsolute(const KxcVector2& c, const KxcVector2& p);
     void quadraticCurveToAbsolute(KxcFixed x1, KxcFixed y1, KxcFixed x, KxcFixed y)
     {
@@ -172,13 +199,19 @@ public:
     {
         quadraticCurveToRelative({x1, y1}, {x, y});
     }
+    /// @}
+
+    /// @{
+    /// The same, whose control point mirrors that of the curve before.
     void smoothQuadraticCurveToAbsolute(const KxcVector2& p) { quadraticCurveToAbsolute(mirrored(), p); }
     void smoothQuadraticCurveToAbsolute(KxcFixed x, KxcFixed y) { smoothQuadraticCurveToAbsolute({x, y}); }
     void smoothQuadraticCurveToRelative(const KxcVector2& p) { smoothQuadraticCurveToAbsolute(fromCurrent(p)); }
     void smoothQuadraticCurveToRelative(KxcFixed x, KxcFixed y) { smoothQuadraticCurveToRelative({x, y}); }
+    /// @}
 
-    /// An arc of an ellipse; one that is too small to reach p is enlarged.
-    /// @param radii     along the ellipse's own axes; with a radius of 0 it is a line
+    /// @{
+    /// An arc of an ellipse; one that is too small to reach the point is enlarged. The radii are along the ellipse's
+    /// own axes; with a radius of 0 it is a line.
     /// @param rotation  of the ellipse, in radians
     /// @param flags     KXCARC_ bits
     void ellipticalArcAbsolute(const KxcVector2& radii, KxcFixed rotation, KxcUINT32 flags, const KxcVector2& p);
@@ -194,6 +227,7 @@ public:
     {
         ellipticalArcRelative({rx, ry}, rotation, flags, {x, y});
     }
+    /// @}
 
     void closePath(); ///< a line back to where the subpath started; what follows starts there
     void endPath();   ///< fills the path, then strokes it
