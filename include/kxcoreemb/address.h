@@ -16,14 +16,14 @@ public:
     virtual ~KxcAddress();
     /// Copies the bytes over the beginning of the record. A size that the record cannot hold changes nothing.
     virtual void setAddress(void* data, KxcINT32 size) = 0;
-    virtual const void* getAddress() const = 0; ///< the record, getAddressSize() bytes
-    virtual void* getAddress() = 0;
+    virtual const void* getAddress() const = 0;                 ///< the record, getAddressSize() bytes
+    virtual void* getAddress() = 0;                             ///< the same, to be written to
     virtual KxcINT32 isSame(const KxcAddress& other) const = 0; ///< 1 when both name the same host; ports do not matter
 
-    KxcINT32 getType() const { return type; } ///< a KXCADDRESS_ value
-    void setType(KxcINT32 value) { type = value; }
-    KxcINT32 getAddressSize() const { return size; } ///< of the record, in bytes
-    void setAddressSize(KxcINT32 value) { size = value; }
+    KxcINT32 getType() const { return type; }             ///< a KXCADDRESS_ value
+    void setType(KxcINT32 value) { type = value; }        ///< tells a record of another kind
+    KxcINT32 getAddressSize() const { return size; }      ///< of the record, in bytes
+    void setAddressSize(KxcINT32 value) { size = value; } ///< likewise, of another size
 
 protected:
     KxcAddress(KxcINT32 addressType, KxcINT32 addressSize) : type(addressType), size(addressSize) {}
@@ -36,7 +36,7 @@ protected:
 class KXC_API KxcInetAddress : public KxcAddress
 {
 public:
-    static constexpr KxcINT32 kRecordSize = 16;
+    static constexpr KxcINT32 kRecordSize = 16;         ///< bytes of the record
     static constexpr KxcUINT32 kNoAddress = 0xFFFFFFFF; ///< what inetAddress() answers; as an address, broadcast
 
     KxcInetAddress(); ///< any host, port 0
@@ -51,11 +51,11 @@ public:
     /// @return 1 when host and port are equal, else -1
     static KxcINT32 isSame(const KxcInetAddress& a, const KxcInetAddress& b);
 
-    void setPort(KxcUINT16 port); ///< in the host's byte order, like the next
-    KxcUINT16 getPort() const;
+    void setPort(KxcUINT16 port);     ///< in the host's byte order; 0 lets the system choose
+    KxcUINT16 getPort() const;        ///< in the host's byte order
     void setHost(const char* dotted); ///< "10.0.0.1"; what is no address, and the broadcast address, changes nothing
-    void setHost(KxcUINT32 networkOrder);
-    KxcUINT32 getHost() const; ///< in network byte order
+    void setHost(KxcUINT32 networkOrder); ///< the address in network byte order
+    KxcUINT32 getHost() const;            ///< in network byte order
     /// Writes the address as text, without a terminator.
     /// @param length  the buffer's; receives the text's. A text of exactly that length is not copied and answers 0; a
     ///                longer one is cut, and the length stays
@@ -71,13 +71,13 @@ private:
 class KXC_API KxcName
 {
 public:
-    static constexpr KxcINT32 kMaxLength = 64;
+    static constexpr KxcINT32 kMaxLength = 64; ///< characters, without the terminator
 
     KxcName() : text(), length(0) {}
     void setName(const char* name, KxcINT32 nameLength); ///< what is beyond 64 characters is cut off
     void setName(const char* name);                      ///< null-terminated; null stands for ""
     const char* getName() const { return text; }         ///< null-terminated
-    KxcINT32 getLength() const { return length; }
+    KxcINT32 getLength() const { return length; }        ///< characters
 
 private:
     char text[kMaxLength + 1];
@@ -89,11 +89,13 @@ class KXC_API KxcHostEntry
 {
 public:
     virtual ~KxcHostEntry();
-    virtual KxcAddress* getAddress() = 0; ///< the entry keeps it
-    virtual KxcName* getName() = 0;       ///< likewise
-    virtual void setAddress(const KxcAddress& address) = 0;
-    virtual void setName(const KxcName& name) = 0;
+    virtual KxcAddress* getAddress() = 0;                   ///< the entry keeps it
+    virtual KxcName* getName() = 0;                         ///< likewise
+    virtual void setAddress(const KxcAddress& address) = 0; ///< copied; one of another kind changes nothing
+    virtual void setName(const KxcName& name) = 0;          ///< copied
+    /// The same, to be read.
     const KxcAddress* getAddress() const { return const_cast<KxcHostEntry*>(this)->getAddress(); }
+    /// The same, to be read.
     const KxcName* getName() const { return const_cast<KxcHostEntry*>(this)->getName(); }
 
 protected:
@@ -137,6 +139,7 @@ protected:
     KxcINT32 type;
 };
 
+/// Turns names and IPv4 addresses into each other, by what the system knows and asks.
 class KXC_API KxcInetHostResolver : public KxcHostResolver
 {
 public:

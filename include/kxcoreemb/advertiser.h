@@ -16,24 +16,25 @@ class KxcUUID;
 class KXC_API KxcAdvertiser
 {
 public:
-    static constexpr KxcINT32 kBufferSize = 512;
+    static constexpr KxcINT32 kBufferSize = 512; ///< one byte more than the longest message
 
     KxcAdvertiser();
     virtual ~KxcAdvertiser();
-    virtual void setGamePort(KxcUINT16 port); ///< where the game itself is served
-    virtual KxcUINT16 getGamePort();
+    virtual void setGamePort(KxcUINT16 port); ///< where the game itself is served, in the host's byte order
+    virtual KxcUINT16 getGamePort();          ///< 0 when it is not known
     virtual KxcINT32 setMessageHeader(const char* data, KxcINT32 length); ///< 1; -1 when 511 bytes do not suffice
+    /// Copies the header. @param length  the buffer's; receives the header's, 0 when it does not fit.
     virtual void getMessageHeader(char* buffer, KxcINT32& length);
-    virtual KxcINT32 setMessageData(const char* data, KxcINT32 length);
-    virtual void getMessageData(char* buffer, KxcINT32& length);
-    virtual KxcINT32 isAddress(); ///< 1 when it tells where it comes from
+    virtual KxcINT32 setMessageData(const char* data, KxcINT32 length); ///< -1: a message without elements has none
+    virtual void getMessageData(char* buffer, KxcINT32& length);        ///< likewise: the length becomes 0
+    virtual KxcINT32 isAddress();                                       ///< 1 when it tells where it comes from
 
-    void init(KxcINT32 advertiserType) { type = advertiserType; }
+    void init(KxcINT32 advertiserType) { type = advertiserType; }   ///< of a connection type
     KxcINT32 getType() const { return type; }                       ///< -1; 1 for the Internet
     void setAdvertisePort(KxcUINT16 port) { advertisePort = port; } ///< where inquiries are heard; 0 at first
-    KxcUINT16 getAdvertisePort() const { return advertisePort; }
-    const char* getMessage() const { return message; } ///< what goes over the wire, getMessageLength() bytes
-    KxcINT32 getMessageLength() const { return messageLength; }
+    KxcUINT16 getAdvertisePort() const { return advertisePort; }    ///< in the host's byte order
+    const char* getMessage() const { return message; }          ///< what goes over the wire, getMessageLength() bytes
+    KxcINT32 getMessageLength() const { return messageLength; } ///< bytes, at most 511
 
 protected:
     KxcINT32 type;
@@ -47,20 +48,28 @@ protected:
 class KXC_API KxcInetAdvertiser : public KxcAdvertiser
 {
 public:
-    /// Empty. All of these answer null when memory runs out; the caller deletes them.
+    /// @{
+    /// An advertisement: empty, with a message as it was received (at most 511 bytes), also with who sent it.
+    /// @return null when the message is too long or memory runs out; the caller deletes it
     static KxcInetAdvertiser* create();
-    static KxcInetAdvertiser* create(const char* message, KxcINT32 length); ///< as received; null beyond 511 bytes
+    static KxcInetAdvertiser* create(const char* message, KxcINT32 length);
     static KxcInetAdvertiser* create(const KxcAddress& address, const char* message, KxcINT32 length);
     static KxcInetAdvertiser* create(const KxcHostEntry& entry);
+    /// @}
+
     ~KxcInetAdvertiser() override;
     KxcInetAdvertiser(const KxcInetAdvertiser&) = delete;
     KxcInetAdvertiser& operator=(const KxcInetAdvertiser&) = delete;
 
     void setGamePort(KxcUINT16 port) override;
     KxcUINT16 getGamePort() override; ///< 0 when the message does not tell
+    /// @{
+    /// Puts the application's header, or its data, into the message.
     /// @param length  below 254 @return the message's new length; 0 when it does not fit, which changes nothing
     KxcINT32 setMessageHeader(const char* data, KxcINT32 length) override;
     KxcINT32 setMessageData(const char* data, KxcINT32 length) override;
+    /// @}
+
     /// @param length  the buffer's; receives the element's. 0 when there is none or the buffer is too small
     void getMessageHeader(char* buffer, KxcINT32& length) override;
     /// @param length  likewise, except that it stays when the buffer is too small
@@ -101,13 +110,17 @@ class KXC_API KxcCommService
 {
 public:
     virtual ~KxcCommService();
+    /// Asks for games. @param listener  called for each answer, until cancelInquiry(); stays the caller's
+    /// @param id  for connections that have one; may be null @return -1 on failure
     virtual KxcINT32 inquiry(const KxcAdvertiser& query, KxcDeviceDiscovery* listener, const KxcUUID* id) = 0;
     virtual void cancelInquiry() = 0; ///< the listener is not called again
+    /// What the service calls: hands the answers to the listener.
     virtual void inquiryResult(KxcLinkedList<KxcAdvertiser*>& found) = 0;
+    /// Begins to answer inquiries. @return 1, or -1.
     virtual KxcINT32 advertise(const KxcAdvertiser& advertiser, const KxcUUID* id) = 0;
-    virtual KxcINT32 updateAdvertise(const KxcAdvertiser& advertiser) = 0;
-    virtual void cancelAdvertise() = 0;
-    KxcINT32 getType() const { return type; } ///< a connection type
+    virtual KxcINT32 updateAdvertise(const KxcAdvertiser& advertiser) = 0; ///< changes the answer. @return 1, or -1
+    virtual void cancelAdvertise() = 0;                                    ///< answers no more
+    KxcINT32 getType() const { return type; }                              ///< a connection type
 
 protected:
     explicit KxcCommService(KxcINT32 serviceType) : type(serviceType) {}
@@ -115,6 +128,7 @@ protected:
     KxcINT32 type;
 };
 
+/// Games on the local network, by broadcasts over UDP.
 class KXC_API KxcInetCommService : public KxcCommService
 {
 public:

@@ -13,16 +13,18 @@ struct KxcAudioState;
 /// Flags of a format.
 enum : KxcUINT32
 {
-    KXCAUDIO_LOOP = 0x100,  ///< at the loop's end go on at its start
-    KXCAUDIO_16BIT = 0x200, ///< 16 bits a number, else 8
-    KXCAUDIO_STEREO = 0x400,
-    KXCAUDIO_SIGNED = 0x800 ///< signed numbers, else biased by 0x80 or 0x8000
+    KXCAUDIO_LOOP = 0x100,   ///< at the loop's end go on at its start
+    KXCAUDIO_16BIT = 0x200,  ///< 16 bits a number, else 8
+    KXCAUDIO_STEREO = 0x400, ///< two numbers a sample, left first, else one
+    KXCAUDIO_SIGNED = 0x800  ///< signed numbers, else biased by 0x80 or 0x8000
 };
 
 /// How samples are laid out: five 32-bit words, all 0 when empty.
 struct KxcAudioFormat
 {
+    /// The empty format.
     constexpr KxcAudioFormat() : samplingRate(0), flags(0), samples(0), bytesPerSample(0), channels(0) {}
+    /// A format. @param rate  in Hz @param formatFlags  KXCAUDIO_ bits @param sampleCount  the length
     constexpr KxcAudioFormat(KxcFLOAT32 rate, KxcUINT32 formatFlags, KxcINT32 sampleCount)
         : samplingRate(rate),
           flags(formatFlags),
@@ -67,9 +69,16 @@ protected:
 class KXC_API KxcAudioBuffer : public KxcAudioProducer
 {
 public:
-    /// @param format    its length says how many samples there are; KXCAUDIO_LOOP makes sounds loop from the start
-    /// @param volume    0 or more  @param panning  0.5 when it is left out
-    /// @param priority  which sound gives way when all channels are taken: the larger number; 255 when it is left out
+    /// @{
+    /// A buffer whose samples are still to be written.
+    ///
+    /// - format (or rate, flags, samples): its length says how many samples there are; KXCAUDIO_LOOP makes sounds loop
+    ///   from the start
+    /// - volume: 0 or more; 1.0 is unchanged
+    /// - panning: 0 (left) to 1.0; 0.5 when it is left out
+    /// - priority: which sound gives way when all channels are taken: the larger number; 255 when it is left out
+    ///
+    /// @return null when memory runs out
     static KxcAudioBuffer* create(KxcAudioFormat format, KxcFixed volume);
     static KxcAudioBuffer* create(KxcAudioFormat format, KxcFixed volume, KxcFixed panning);
     static KxcAudioBuffer* create(KxcAudioFormat format, KxcFixed volume, KxcFixed panning, KxcUINT16 priority);
@@ -78,6 +87,8 @@ public:
                                   KxcFixed panning);
     static KxcAudioBuffer* create(KxcFLOAT32 rate, KxcUINT32 flags, KxcINT32 samples, KxcFixed volume, KxcFixed panning,
                                   KxcUINT16 priority);
+    /// @}
+
     ~KxcAudioBuffer() override;
 
 protected:
@@ -101,18 +112,21 @@ class KXC_API KxcAudioStream : public KxcAudioProducer
 {
 public:
     ~KxcAudioStream() override;
-    virtual void play(); ///< a sound of it started; these four do nothing here
-    virtual void stop(); ///< one that was not paused stopped
-    virtual void pause();
-    virtual void resume();
+    virtual void play();   ///< a sound of it started; these four do nothing here
+    virtual void stop();   ///< one that was not paused stopped
+    virtual void pause();  ///< one paused
+    virtual void resume(); ///< one goes on
     /// Writes the next samples, in the stream's format, into a ring: sample i goes to index (start + i) % length.
     /// Every sample is asked for once and in order.
     /// @param data  the ring's memory  @param length  of the ring, in samples  @param count  0..length
     virtual void fill(void* data, KxcINT32 length, KxcINT32 start, KxcINT32 count) = 0;
 
-protected:
-    KxcAudioStream();
-    /// @param format  its length does not matter  @return 0 when memory runs out
+protected:            // for derived classes
+    KxcAudioStream(); ///< initialize() comes next
+
+    /// @{
+    /// What create() of a subclass calls first; a format's length does not matter. @return 0 when memory runs out
     KxcINT32 initialize(KxcAudioFormat format, KxcFixed volume, KxcFixed panning, KxcUINT16 priority);
     KxcINT32 initialize(KxcFLOAT32 rate, KxcUINT32 flags, KxcFixed volume, KxcFixed panning, KxcUINT16 priority);
+    /// @}
 };

@@ -5,6 +5,7 @@
 #include <kxcoreemb/communication.h>
 #include <kxcoreemb/socket.h>
 
+/// An address of a Bluetooth device.
 class KXC_API KxcBtAddress : public KxcAddress
 {
 public:
@@ -20,6 +21,7 @@ protected:
     KxcINT32 init(); ///< 0
 };
 
+/// The service of Bluetooth peers.
 class KXC_API KxcBtHandler : public KxcCommunicationHandler
 {
 public:
@@ -37,6 +39,7 @@ protected:
     KxcBtAddress* localAddress; // owned
 };
 
+/// A peer over Bluetooth.
 class KXC_API KxcBtClientWin : public KxcClientCommWin
 {
 public:
@@ -56,6 +59,7 @@ protected:
     KxcINT32 init(); ///< 0
 };
 
+/// Finds games over Bluetooth: none.
 class KXC_API KxcBtCommService : public KxcCommService
 {
 public:
@@ -72,6 +76,7 @@ protected:
     KxcBtCommService();
 };
 
+/// Names of Bluetooth devices: none.
 class KXC_API KxcBtHostResolver : public KxcHostResolver
 {
 public:
@@ -85,6 +90,7 @@ protected:
     KxcBtHostResolver();
 };
 
+/// Pairing of Bluetooth devices.
 class KXC_API KxcBtSecurity
 {
 public:
@@ -95,6 +101,7 @@ protected:
     KxcBtSecurity();
 };
 
+/// A stream over Bluetooth.
 class KXC_API KxcRFCOMMSocket : public KxcSocket
 {
 public:

@@ -17,7 +17,7 @@ class KxcObjectFrameStore;
 class KXC_API KxcObjectPacketBase
 {
 public:
-    static constexpr KxcINT32 kHeaderLength = 9;
+    static constexpr KxcINT32 kHeaderLength = 9; ///< bytes before the messages
 
     /// @param capacity  bytes, 9 or more @return null when that is refused or memory runs out; the caller deletes it
     static KxcObjectPacketBase* create(KxcINT32 capacity);
@@ -27,22 +27,28 @@ public:
 
     void reset(); ///< all bytes 0, no payload, not to be sent
 
-    char* getBuffer() { return buffer; } ///< the header and what follows, getCapacity() bytes
-    const char* getBuffer() const { return buffer; }
-    KxcINT32 getCapacity() const { return capacity; }
-    KxcINT32 getHeaderLength() const { return kHeaderLength; }
-    KxcINT32 getPayloadLength() const { return payloadLength; }
-    KxcINT32 getTotalLength() const { return kHeaderLength + payloadLength; }
-    const char* getPayload() const { return buffer + kHeaderLength; }
+    char* getBuffer() { return buffer; }                        ///< the header and what follows, getCapacity() bytes
+    const char* getBuffer() const { return buffer; }            ///< the same, to be read
+    KxcINT32 getCapacity() const { return capacity; }           ///< bytes, as created
+    KxcINT32 getHeaderLength() const { return kHeaderLength; }  ///< kHeaderLength
+    KxcINT32 getPayloadLength() const { return payloadLength; } ///< bytes of all messages
+    KxcINT32 getTotalLength() const { return kHeaderLength + payloadLength; } ///< bytes of the datagram
+    const char* getPayload() const { return buffer + kHeaderLength; }         ///< the first message
     void setReceived(KxcINT32 totalLength); ///< so many bytes of the buffer were filled, 0 to getCapacity()
 
-    KxcINT32 getSendFlag() const { return sendFlag; } ///< 1: ready to go out
-    void setSendFlag(KxcINT32 value) { sendFlag = value; }
+    KxcINT32 getSendFlag() const { return sendFlag; }      ///< 1: ready to go out
+    void setSendFlag(KxcINT32 value) { sendFlag = value; } ///< 1 when it may go out
 
+    /// @{
+    /// Fields of the header, in the host's byte order.
     KxcUINT32 getProtocolId() const { return read16(0) | static_cast<KxcUINT32>(read16(2)) << 16; }
     KxcUINT16 getSequence() const { return read16(4); }
     KxcUINT16 getAcknowledgement() const { return read16(6); }
     KxcINT32 getFlags() const { return static_cast<KxcUINT8>(buffer[8]); }
+    /// @}
+
+    /// @{
+    /// Writes fields of the header.
     void setProtocolId(KxcUINT32 id)
     {
         write16(0, static_cast<KxcUINT16>(id)), write16(2, static_cast<KxcUINT16>(id >> 16));
@@ -50,6 +56,7 @@ public:
     void setSequence(KxcUINT16 number) { write16(4, number); }
     void setAcknowledgement(KxcUINT16 number) { write16(6, number); }
     void setFlags(KxcINT32 flags) { buffer[8] = static_cast<char>(flags); }
+    /// @}
 
     /// Appends a message. @return 1; 0 when more room than the message takes is not left
     KxcINT32 addMessage(const char* data, KxcINT32 length);
@@ -97,7 +104,7 @@ enum KXCSLOT : KxcINT32
 class KXC_API KxcObjectDataFrame
 {
 public:
-    static constexpr KxcINT32 kReceiverIdLength = 4;
+    static constexpr KxcINT32 kReceiverIdLength = 4; ///< bytes before the data
 
     /// @param size  bytes for the receiver id and the data, 4 or more @return null when it is refused or memory runs
     /// out
@@ -108,22 +115,23 @@ public:
 
     void* lock();  ///< keeps the frame from being sent. @return where the data goes, sizeofBuffer() - 4 bytes
     void unlock(); ///< releases the frame for sending
-    KxcINT32 isLock() const { return locked; }
-    void setReceiverId(KxcUINT32 id);
+    KxcINT32 isLock() const { return locked; }           ///< 1 from lock() to unlock(), and at first
+    void setReceiverId(KxcUINT32 id);                    ///< whose KxcDataReceiver hears it at the peer
     void setPacketSize(KxcINT32 bytes);                  ///< of the data; what the buffer cannot hold is cut off
     KxcINT32 sizeofPacket() const { return usedLength; } ///< the receiver id and the data
-    KxcINT32 sizeofBuffer() const { return capacity; }
-    const char* getData() const { return buffer; } ///< sizeofPacket() bytes
+    KxcINT32 sizeofBuffer() const { return capacity; }   ///< bytes for the receiver id and the data
+    const char* getData() const { return buffer; }       ///< sizeofPacket() bytes
 
-    void setMessageSlot(KxcINT32 slot); ///< a KXCSLOT_ value; sets the priority that goes with it
-    KxcINT32 getMessageSlot() const { return slot; }
+    void setMessageSlot(KxcINT32 slot);                    ///< a KXCSLOT_ value; sets the priority that goes with it
+    KxcINT32 getMessageSlot() const { return slot; }       ///< a KXCSLOT_ value
     void setPriority(KxcINT32 value) { priority = value; } ///< lower values go first
+    /// 100 at first, 50 of urgent ones; it falls while the frame waits.
     KxcINT32 getPriority() const { return priority; }
     void setPacketStatus(KxcINT32 value) { packetStatus = value != 0; } ///< which packet creators may carry it
-    KxcINT32 getPacketStatus() const { return packetStatus; }
-    void setRecentState(KxcINT32 id); ///< makes it the state with this id
-    KxcINT32 getRecentStateId() const { return recentStateId; }
-    void setSeqNum(KxcINT32 value) { seqNum = value; }
+    KxcINT32 getPacketStatus() const { return packetStatus; }           ///< 0 at first
+    void setRecentState(KxcINT32 id);                                   ///< makes it the state with this id
+    KxcINT32 getRecentStateId() const { return recentStateId; }         ///< -1 for none
+    void setSeqNum(KxcINT32 value) { seqNum = value; }                  ///< the transport's
     KxcINT32 getSeqNum() const { return seqNum; } ///< of the datagram that carried it; -1 while unsent
     void reset();                                 ///< back to the state after creation
 

@@ -42,7 +42,7 @@ public:
     ///        split them, beyond 65507 none is carried
     /// @return null when a capacity is too small for a message or memory runs out
     static KxcInetHandler* create(KxcUINT16 port, KxcINT32 sendCapacity, KxcINT32 receiveCapacity);
-    static KxcInetHandler* create(KxcINT32 sendCapacity, KxcINT32 receiveCapacity);
+    static KxcInetHandler* create(KxcINT32 sendCapacity, KxcINT32 receiveCapacity); ///< the same with port 0
     ~KxcInetHandler() override;
 
     void openService(); ///< getLastError() is KXCCOMMERROR_NOSERVICE when that failed
@@ -96,8 +96,8 @@ public:
     KxcINT32 testAddress(const KxcAddress& other) override;
     void setAddress(const KxcAddress& newAddress) override;
 
-    KxcINT32 getPriority() const { return priority; } ///< the peer with the lowest value is served first
-    void setPriority(KxcINT32 value) { priority = value; }
+    KxcINT32 getPriority() const { return priority; }      ///< the peer with the lowest value is served first
+    void setPriority(KxcINT32 value) { priority = value; } ///< for games that know whom to serve first
     KxcINT32 changePacketCreator(KxcINT32 kind); ///< a KXCCREATOR_ value, 0 at first. @return 1, or -1 for another kind
     KxcINT32 countHostWindow() const;            ///< datagrams received and not acknowledged yet
     KxcINT32 countLocalWindow() const;           ///< datagrams sent and not acknowledged yet

@@ -32,6 +32,7 @@ public:
     virtual void actionReady(KxcINT32 value) = 0;  ///< connected, or accepted; 0
     virtual void actionFailed(KxcINT32 value) = 0; ///< -1; the operation has ended
     virtual void actionCancel(KxcINT32 value) = 0; ///< the peer ended the stream; 0
+    /// Bytes that arrived; they are gone after the call.
     virtual void actionReceive(const char* data, KxcINT32 length) = 0;
     virtual void actionSend(KxcINT32 length) = 0; ///< so many bytes were handed to the system
 };
@@ -52,9 +53,12 @@ public:
     void close();                 ///< also ends what KxcStreamSocket was asked for
     void* getHandle() const;      ///< the system's handle; all bits set when closed
     void setHandle(void* handle); ///< takes the handle over without closing the earlier one
-    /// @param length  of the value in bytes, as received by the system
+    /// Reads an option. @param value  receives it @param length  of the value in bytes; receives what was written
+    /// @return 0 or -1
     KxcINT32 getOption(KxcINT32 levelIndex, KxcINT32 optionIndex, void* value, KxcINT32* length);
+    /// Writes an option. @param length  of the value in bytes @return 0 or -1
     KxcINT32 setOption(KxcINT32 levelIndex, KxcINT32 optionIndex, const void* value, KxcINT32 length);
+    /// A command: KXCSOCKET_NONBLOCKING, KXCSOCKET_READABLE. @return 0 or -1
     KxcINT32 ioctl(KxcINT32 commandIndex, KxcUINT32* argument);
     KxcINT32 getLocalAddress(KxcAddress& address); ///< where it is bound
     KxcINT32 getRemoteAddr(KxcAddress& address);   ///< whom it is connected to
@@ -78,8 +82,10 @@ public:
     static KxcDgramSocket* create(); ///< without a system's socket yet; null when memory runs out
     using KxcSocket::open;
     KxcINT32 open(const KxcAddress& local); ///< makes the system's socket and binds it. @return 0 or -1
-    /// @return the bytes sent or received, or -1: also when a socket that never waits has nothing to read
+    /// Sends one datagram. @return the bytes sent, or -1
     KxcINT32 sendTo(const char* data, KxcINT32 length, KxcINT32 flags, const KxcAddress& to);
+    /// Takes one datagram; what the buffer cannot hold is lost. @return its bytes, or -1: also when a socket that never
+    /// waits has nothing to read.
     KxcINT32 recvFrom(char* buffer, KxcINT32 length, KxcINT32 flags, KxcAddress& from);
 
 private:
@@ -106,8 +112,8 @@ public:
     /// Takes the next connection that arrives at `listening`, then actionReady(0) or actionFailed(-1). @return 0 or -1
     KxcINT32 open(KxcSocket& listening, KxcAsyncCallBack* callback);
 
-    KxcINT32 recv(char* buffer, KxcINT32 length, KxcINT32 flags); ///< @return bytes; 0 at the end of the stream; -1
-    KxcINT32 send(const char* data, KxcINT32 length, KxcINT32 flags);
+    KxcINT32 recv(char* buffer, KxcINT32 length, KxcINT32 flags);     ///< @return bytes; 0 at the end of the stream; -1
+    KxcINT32 send(const char* data, KxcINT32 length, KxcINT32 flags); ///< @return bytes, or -1
     /// From now on hands what arrives to the callback (actionReceive), until the stream ends (actionCancel) or breaks
     /// (actionFailed). @return 0, also when it already does; -1 when ten sockets are served
     KxcINT32 recv(KxcAsyncCallBack* callback);
