@@ -10,36 +10,57 @@ namespace
 
 using Kernels = KxcPixelKernels;
 
+/// The functions of a family.
+struct Blends
+{
+    KxcPixelBlender::BlendingFunction pixel[KXCBLEND_COUNT];
+    KxcPixelBlender::BufferBlendingFunction buffer[KXCBLEND_COUNT];
+};
 #define KXC_NAME_BLEND(Type) &KxcPixelBlender::blend##Type##55X5,
-constexpr KxcPixelBlender::BlendingFunction kBlends55X5[KXCBLEND_COUNT] = {KXC_FOR_EACH_BLEND_55X5(KXC_NAME_BLEND)};
+#define KXC_NAME_BUFFER_BLEND(Type) &KxcPixelBlender::blendBuffer##Type##55X5,
+constexpr Blends kBlends55X5 = {{KXC_FOR_EACH_BLEND_55X5(KXC_NAME_BLEND)},
+                                {KXC_FOR_EACH_BLEND_55X5(KXC_NAME_BUFFER_BLEND)}};
 #undef KXC_NAME_BLEND
+#undef KXC_NAME_BUFFER_BLEND
 #define KXC_NAME_BLEND(Type) &KxcPixelBlender::blend##Type##X888,
-constexpr KxcPixelBlender::BlendingFunction kBlendsX888[] = {KXC_FOR_EACH_BLEND_8888(KXC_NAME_BLEND)};
+#define KXC_NAME_BUFFER_BLEND(Type) &KxcPixelBlender::blendBuffer##Type##X888,
+constexpr Blends kBlendsX888 = {{KXC_FOR_EACH_BLEND_8888(KXC_NAME_BLEND)},
+                                {KXC_FOR_EACH_BLEND_8888(KXC_NAME_BUFFER_BLEND)}};
 #undef KXC_NAME_BLEND
+#undef KXC_NAME_BUFFER_BLEND
 #define KXC_NAME_BLEND(Type) &KxcPixelBlender::blend##Type##Premul8888,
-constexpr KxcPixelBlender::BlendingFunction kBlendsPremul8888[] = {KXC_FOR_EACH_BLEND_8888(KXC_NAME_BLEND)};
+#define KXC_NAME_BUFFER_BLEND(Type) &KxcPixelBlender::blendBuffer##Type##Premul8888,
+constexpr Blends kBlendsPremul8888 = {{KXC_FOR_EACH_BLEND_8888(KXC_NAME_BLEND)},
+                                      {KXC_FOR_EACH_BLEND_8888(KXC_NAME_BUFFER_BLEND)}};
 #undef KXC_NAME_BLEND
+#undef KXC_NAME_BUFFER_BLEND
 
-/// Chooses from a family's table for a working pair; null for other pairs.
-template <class Function>
-Function choose(INT32 blendSource, INT32 blendTarget, INT32 type, const Function* to55X5, const Function* toX888,
-                const Function* toPremul8888)
+/// The function of a family for a working pair, from `functions` of Blends; null for other pairs.
+template <class Functions>
+auto choose(INT32 blendSource, INT32 blendTarget, INT32 type, Functions functions)
 {
     if (type < 0 || type >= KXCBLEND_COUNT)
         type = KXCBLEND_NONE;
     if (blendSource == KXCSURFACEFORMAT_55X5 && blendTarget == KXCSURFACEFORMAT_55X5)
-        return to55X5[type];
+        return (kBlends55X5.*functions)[type];
     if (blendSource == KXCSURFACEFORMAT_PREMUL8888 && blendTarget == KXCSURFACEFORMAT_X888)
-        return toX888[(type + 1) / 2];
+        return (kBlendsX888.*functions)[(type + 1) / 2];
     if (blendSource == KXCSURFACEFORMAT_PREMUL8888 && blendTarget == KXCSURFACEFORMAT_PREMUL8888)
-        return toPremul8888[(type + 1) / 2];
-    return nullptr;
+        return (kBlendsPremul8888.*functions)[(type + 1) / 2];
+    return decltype(+(kBlends55X5.*functions)[0]){};
 }
 
 /// The formats that blend in 55X5 among themselves.
 bool blendsAs55X5(INT32 format)
 {
     return format == KXCSURFACEFORMAT_565 || format == KXCSURFACEFORMAT_X6X5X5 || format == KXCSURFACEFORMAT_55X5;
+}
+
+template <class Table>
+__attribute__((noinline)) void blendRun(Table table, INT32 index, void* source, void* destination, UINT32 value,
+                                        INT32 count)
+{
+    (kxcPixelKernels().*table)[index](kxcPixelRow(destination, source, count, value));
 }
 
 } // namespace
@@ -60,14 +81,13 @@ void KxcPixelBlender::getBlendingFormat(INT32 sourceFormat, INT32 targetFormat, 
 
 KxcPixelBlender::BlendingFunction KxcPixelBlender::getBlendingFunction(INT32 blendSource, INT32 blendTarget, INT32 type)
 {
-    return choose(blendSource, blendTarget, type, kBlends55X5, kBlendsX888, kBlendsPremul8888);
+    return choose(blendSource, blendTarget, type, &Blends::pixel);
 }
 
 KxcPixelBlender::BufferBlendingFunction KxcPixelBlender::getBufferBlendingFunction(INT32 blendSource, INT32 blendTarget,
                                                                                    INT32 type)
 {
-    const Kernels& k = kxcPixelKernels();
-    return choose(blendSource, blendTarget, type, k.blendRun55X5, k.blendRunX888, k.blendRunPremul8888);
+    return choose(blendSource, blendTarget, type, &Blends::buffer);
 }
 
 UINT32 KxcPixelBlender::getBlendValue(INT32 blendSource, INT32, INT32 type, INT32 value)
@@ -95,22 +115,22 @@ constexpr INT32 kTypeNone = KXCBLEND_NONE, kTypeAlpha = KXCBLEND_ALPHA, kTypeAlp
                 kTypeMul = KXCBLEND_MUL, kTypeMulFast = KXCBLEND_MULFAST, kTypeAdd = KXCBLEND_ADD,
                 kTypeAddFast = KXCBLEND_ADDFAST, kTypeInvmul = KXCBLEND_INVMUL, kTypeInvmulFast = KXCBLEND_INVMULFAST;
 
-#define KXC_DEFINE_BLEND(Name, Policy, Runs, index)                                                     \
+#define KXC_DEFINE_BLEND(Name, Policy, Table, index)                                                    \
     UINT32 KxcPixelBlender::blend##Name(UINT32 source, UINT32 destination, UINT32 value)                \
     {                                                                                                   \
         return Policy::pixel(source, destination, value);                                               \
     }                                                                                                   \
     void KxcPixelBlender::blendBuffer##Name(void* source, void* destination, UINT32 value, INT32 count) \
     {                                                                                                   \
-        kxcPixelKernels().Runs[index](source, destination, value, count);                               \
+        blendRun(&Kernels::Table, index, source, destination, value, count);                            \
     }
 
-#define KXC_DEFINE_55X5(Type) KXC_DEFINE_BLEND(Type##55X5, Blend##Type##55X5, blendRun55X5, kType##Type)
+#define KXC_DEFINE_55X5(Type) KXC_DEFINE_BLEND(Type##55X5, Blend##Type##55X5, blend55X5, kType##Type)
 KXC_FOR_EACH_BLEND_55X5(KXC_DEFINE_55X5)
 
-#define KXC_DEFINE_8888(Type)                                                                     \
-    KXC_DEFINE_BLEND(Type##X888, Blend##Type##8888 < true >, blendRunX888, (kType##Type + 1) / 2) \
-    KXC_DEFINE_BLEND(Type##Premul8888, Blend##Type##8888 < false >, blendRunPremul8888, (kType##Type + 1) / 2)
+#define KXC_DEFINE_8888(Type)                                                                  \
+    KXC_DEFINE_BLEND(Type##X888, Blend##Type##8888 < true >, blendX888, (kType##Type + 1) / 2) \
+    KXC_DEFINE_BLEND(Type##Premul8888, Blend##Type##8888 < false >, blendPremul8888, (kType##Type + 1) / 2)
 KXC_FOR_EACH_BLEND_8888(KXC_DEFINE_8888)
 
 #define KXC_DEFINE_EXTRA(Type)                                                                                       \

@@ -5,7 +5,7 @@
 #include "surfaces/pixel_format.h"
 #include "surfaces/pixel_kernels.h"
 
-#include <utility>
+#include <cstring>
 
 namespace
 {
@@ -17,28 +17,59 @@ constexpr INT32 kFormat565 = KXCSURFACEFORMAT_565, kFormatX888 = KXCSURFACEFORMA
                 kFormat55X5 = KXCSURFACEFORMAT_55X5, kFormat5515 = KXCSURFACEFORMAT_5515,
                 kFormatPremul8888 = KXCSURFACEFORMAT_PREMUL8888;
 
-struct PixelFunctions
+// Two tables, so that a program carries the functions that it asks for.
+template <class Function>
+struct Functions
 {
-    KxcPixelConverter::ConversionFunction convert[KXCSURFACEFORMAT_COUNT][KXCSURFACEFORMAT_COUNT];
+    Function of[KXCSURFACEFORMAT_COUNT][KXCSURFACEFORMAT_COUNT];
 };
 
-constexpr PixelFunctions makePixelFunctions()
+constexpr Functions<KxcPixelConverter::ConversionFunction> makeConversions()
 {
-    PixelFunctions f{};
+    Functions<KxcPixelConverter::ConversionFunction> f{};
 #define KXC_ADD_CONVERSION(Source, Target) \
-    f.convert[kFormat##Source][kFormat##Target] = KxcPixelConverter::convert##Source##To##Target;
+    f.of[kFormat##Source][kFormat##Target] = KxcPixelConverter::convert##Source##To##Target;
     KXC_FOR_EACH_CONVERSION(KXC_ADD_CONVERSION)
 #undef KXC_ADD_CONVERSION
-#define KXC_ADD_IDENTITY(Format) f.convert[Format][Format] = KxcPixelConverter::copyPixel;
+#define KXC_ADD_IDENTITY(Format) f.of[Format][Format] = KxcPixelConverter::copyPixel;
     KXC_FOR_EACH_PIXEL_FORMAT(KXC_ADD_IDENTITY)
 #undef KXC_ADD_IDENTITY
     return f;
 }
-constexpr PixelFunctions kPixelFunctions = makePixelFunctions();
+constexpr auto kConversions = makeConversions();
+
+constexpr Functions<KxcPixelConverter::BufferConversionFunction> makeBufferConversions()
+{
+    Functions<KxcPixelConverter::BufferConversionFunction> f{};
+#define KXC_ADD_CONVERSION(Source, Target) \
+    f.of[kFormat##Source][kFormat##Target] = KxcPixelConverter::convertBuffer##Source##To##Target;
+    KXC_FOR_EACH_CONVERSION(KXC_ADD_CONVERSION)
+#undef KXC_ADD_CONVERSION
+#define KXC_ADD_IDENTITY(Format) \
+    f.of[Format][Format] =       \
+        sizeof(PixelFormat<Format>::Pixel) == 2 ? KxcPixelConverter::copyBuffer16 : KxcPixelConverter::copyBuffer32;
+    KXC_FOR_EACH_PIXEL_FORMAT(KXC_ADD_IDENTITY)
+#undef KXC_ADD_IDENTITY
+    return f;
+}
+constexpr auto kBufferConversions = makeBufferConversions();
 
 bool inTable(INT32 source, INT32 target)
 {
     return source >= 0 && source < KXCSURFACEFORMAT_COUNT && target >= 0 && target < KXCSURFACEFORMAT_COUNT;
+}
+
+__attribute__((noinline)) void convertRun(void* source, void* target, INT32 count, INT32 sourceFormat,
+                                          INT32 targetFormat)
+{
+    kxcPixelKernels().convert[sourceFormat][targetFormat](kxcPixelRow(target, source, count));
+}
+
+template <class Pixel>
+void copy(const void* source, void* target, INT32 count)
+{
+    if (count > 0)
+        memmove(target, source, static_cast<size_t>(count) * sizeof(Pixel));
 }
 
 } // namespace
@@ -51,32 +82,31 @@ UINT32 KxcPixelConverter::convert(UINT32 pixel, INT32 sourceFormat, INT32 target
 
 void KxcPixelConverter::convertBuffer(void* source, void* target, INT32 count, INT32 sourceFormat, INT32 targetFormat)
 {
-    if (const BufferConversionFunction function = getBufferConversionFunction(sourceFormat, targetFormat))
-        function(source, target, count);
+    // Not by getBufferConversionFunction, which brings all of its functions along.
+    if (!inTable(sourceFormat, targetFormat) || kxcPixelKernels().convert[sourceFormat][targetFormat] == nullptr)
+        return;
+    if (sourceFormat != targetFormat)
+        convertRun(source, target, count, sourceFormat, targetFormat);
+    else
+        (kxcSurfaceFormats[sourceFormat].bytesPerPixel == 2 ? copyBuffer16 : copyBuffer32)(source, target, count);
 }
 
 KxcPixelConverter::ConversionFunction KxcPixelConverter::getConversionFunction(INT32 sourceFormat, INT32 targetFormat)
 {
-    return inTable(sourceFormat, targetFormat) ? kPixelFunctions.convert[sourceFormat][targetFormat] : nullptr;
+    return inTable(sourceFormat, targetFormat) ? kConversions.of[sourceFormat][targetFormat] : nullptr;
 }
 
 KxcPixelConverter::BufferConversionFunction KxcPixelConverter::getBufferConversionFunction(INT32 sourceFormat,
                                                                                            INT32 targetFormat)
 {
-    return inTable(sourceFormat, targetFormat) ? kxcPixelKernels().convertRun[sourceFormat][targetFormat] : nullptr;
+    return inTable(sourceFormat, targetFormat) ? kBufferConversions.of[sourceFormat][targetFormat] : nullptr;
 }
 
 UINT32 KxcPixelConverter::copyPixel(UINT32 pixel) { return pixel; }
 
-void KxcPixelConverter::copyBuffer16(void* source, void* target, INT32 count)
-{
-    kxcPixelKernels().convertRun[kFormat565][kFormat565](source, target, count);
-}
+void KxcPixelConverter::copyBuffer16(void* source, void* target, INT32 count) { copy<UINT16>(source, target, count); }
 
-void KxcPixelConverter::copyBuffer32(void* source, void* target, INT32 count)
-{
-    kxcPixelKernels().convertRun[kFormat8888][kFormat8888](source, target, count);
-}
+void KxcPixelConverter::copyBuffer32(void* source, void* target, INT32 count) { copy<UINT32>(source, target, count); }
 
 #define KXC_DEFINE_CONVERSION(Source, Target)                                                          \
     UINT32 KxcPixelConverter::convert##Source##To##Target(UINT32 pixel)                                \
@@ -85,6 +115,6 @@ void KxcPixelConverter::copyBuffer32(void* source, void* target, INT32 count)
     }                                                                                                  \
     void KxcPixelConverter::convertBuffer##Source##To##Target(void* source, void* target, INT32 count) \
     {                                                                                                  \
-        kxcPixelKernels().convertRun[kFormat##Source][kFormat##Target](source, target, count);         \
+        convertRun(source, target, count, kFormat##Source, kFormat##Target);                           \
     }
 KXC_FOR_EACH_CONVERSION(KXC_DEFINE_CONVERSION)

@@ -28,6 +28,12 @@ struct KxcPixelBlock
     ptrdiff_t keyedPitch;
 };
 
+/// `count` pixels as a block.
+constexpr KxcPixelBlock kxcPixelRow(void* target, const void* source, INT32 count, UINT32 value = 0)
+{
+    return {target, 0, source, 0, count, 1, value, 0, nullptr, 0};
+}
+
 /// Takes pixels from anywhere in a picture: target pixel (i, j) = source[columns[i] + ((v + j dv) >> 16) x rowStep].
 struct KxcPixelSamples
 {
@@ -41,35 +47,11 @@ struct KxcPixelSamples
     INT32 width, height;
 };
 
-/// Rows of a sprite to lay over 55X5 pixels; rle_runs.h tells how they are encoded.
-struct KxcSpriteRows
-{
-    void* target;          ///< where the first visible pixel of the first row goes
-    ptrdiff_t targetPitch; ///< in bytes
-    const void* targetEnd; ///< of the whole picture: vectors may write what is there already up to here
-    const UINT16* data;    ///< goes on for 16 words behind the last row
-    const INT32* lines;    ///< where in the data the rows start
-    INT32 firstColumn, endColumn, rows;
-    bool clipped; ///< not all columns are visible
-};
-
-/// The pixels of a row that a wider row is mixed from.
-struct KxcPixelMix
-{
-    const INT32 *left, *right; ///< in pixels
-    const UINT32* weights;     ///< of the right ones, 0..256
-    INT32 count;
-};
-
 struct KxcPixelKernels
 {
     typedef void (*Kernel)(const KxcPixelBlock& block);
     typedef void (*SampleKernel)(const KxcPixelSamples& samples);
     typedef void (*ColorRun)(UINT32 color, void* destination, UINT32 value, INT32 count);
-    typedef void (*SpriteKernel)(const KxcSpriteRows& rows);
-    typedef void (*WidenRow)(const void* source, const KxcPixelMix& mix, UINT32* pairs);
-    typedef void (*MixRows)(const UINT32* top, const UINT32* bottom, UINT32 weight, void* target, INT32 count);
-    typedef void (*SumRow)(const void* source, UINT32 weight, UINT32* sums, INT32 count);
     enum Size
     {
         k16,
@@ -86,17 +68,8 @@ struct KxcPixelKernels
     };
     static constexpr INT32 kBlends8888 = (KXCBLEND_COUNT + 1) / 2; ///< none, alpha, mul, add, invmul: (type + 1) / 2
 
-    // Runs, as KxcPixelConverter and KxcPixelBlender hand them out; null where formats do not convert.
-    KxcPixelConverter::BufferConversionFunction convertRun[KXCSURFACEFORMAT_COUNT][KXCSURFACEFORMAT_COUNT];
-    KxcPixelBlender::BufferBlendingFunction blendRun55X5[KXCBLEND_COUNT];
-    KxcPixelBlender::BufferBlendingFunction blendRunX888[kBlends8888];
-    KxcPixelBlender::BufferBlendingFunction blendRunPremul8888[kBlends8888];
-    KxcPixelBlender::BufferBlendingFunction
-        blendRunXA55X5[kExtraRuns]; ///< source: alpha word and colour word per pixel
-    ColorRun blendColorRun55X5[kExtraRuns];
-
-    // Blocks
-    Kernel convert[KXCSURFACEFORMAT_COUNT][KXCSURFACEFORMAT_COUNT]; ///< a copy where both are the same
+    Kernel convert[KXCSURFACEFORMAT_COUNT][KXCSURFACEFORMAT_COUNT]; ///< a copy where both are the same, else null
+                                                                    ///< where formats do not convert
     Kernel blend55X5[KXCBLEND_COUNT];
     Kernel blendKeyed55X5[KXCBLEND_COUNT]; ///< compares the source with the key
     Kernel blendX888[kBlends8888];
@@ -107,12 +80,11 @@ struct KxcPixelKernels
     Kernel mix[KXCSURFACEFORMAT_COUNT]; ///< lays the value, 0xAARRGGBB, over the target; alpha 1..254
     SampleKernel sample[kSizes];
     SampleKernel samplePalette;
-    SpriteKernel layRuns;
 
-    // Rows of the toolkit, from and to 55X5 and 8888; texels.h tells what they work on.
-    WidenRow widenRow[kSizes]; ///< pairs: `count` times red and blue, and then `count` times alpha and green
-    MixRows mixRows[kSizes];   ///< two of those, and the weight of the lower one, 0..256
-    SumRow sumRow[kSizes];     ///< adds weight x channel to `count` sums of blue, then of green, red and alpha
+    // Runs, as KxcPixelBlender hands them out
+    KxcPixelBlender::BufferBlendingFunction
+        blendRunXA55X5[kExtraRuns]; ///< source: alpha word and colour word per pixel
+    ColorRun blendColorRun55X5[kExtraRuns];
 };
 
 /// The fastest table that this machine runs.

@@ -2,6 +2,7 @@
 
 #include <kxcoreemb/rle_sprite.h>
 
+#include "surfaces/picture_kernels.h"
 #include "surfaces/pixel_format.h"
 #include "surfaces/pixel_kernels.h"
 #include "surfaces/rle_runs.h"
@@ -38,14 +39,14 @@ public:
         // What is always the same: half for KXCBLEND_ALPHAFAST, all for NONE and the other fast types.
         if (m_blend.type % 2 == 0)
             m_blend.value = m_blend.type == KXCBLEND_ALPHAFAST ? 16 : 32;
-        m_opaque = k.blendRun55X5[m_blend.type];
+        m_opaque = k.blend55X5[m_blend.type];
         m_translucent = k.blendRunXA55X5[kRuns[kind]];
         m_repeat = k.blendColorRun55X5[kRuns[kind]];
     }
 
     void opaque(void* target, const UINT16* colors, INT32 count) const
     {
-        m_opaque(const_cast<UINT16*>(colors), target, m_blend.value, count);
+        m_opaque(kxcPixelRow(target, colors, count, m_blend.value));
     }
     void translucent(void* target, const UINT16* pairs, INT32 count) const
     {
@@ -58,7 +59,8 @@ public:
 
 private:
     Blend m_blend;
-    KxcPixelBlender::BufferBlendingFunction m_opaque, m_translucent;
+    Kernels::Kernel m_opaque;
+    KxcPixelBlender::BufferBlendingFunction m_translucent;
     Kernels::ColorRun m_repeat;
 };
 
@@ -70,7 +72,7 @@ class Painter8888
 public:
     Painter8888(INT32 type, INT32 value, INT32 workTarget)
         : m_blend(type, value, KXCSURFACEFORMAT_PREMUL8888, workTarget),
-          m_convert(kxcPixelKernels().convertRun[KXCSURFACEFORMAT_55X5][KXCSURFACEFORMAT_PREMUL8888]),
+          m_convert(kxcPixelKernels().convert[KXCSURFACEFORMAT_55X5][KXCSURFACEFORMAT_PREMUL8888]),
           m_run(KxcPixelBlender::getBufferBlendingFunction(KXCSURFACEFORMAT_PREMUL8888, workTarget, m_blend.type))
     {
     }
@@ -79,7 +81,7 @@ public:
     void opaque(void* target, const UINT16* colors, INT32 count) const
     {
         UINT32 source[kChunk];
-        m_convert(const_cast<UINT16*>(colors), source, count);
+        m_convert(kxcPixelRow(source, colors, count));
         m_run(source, target, m_blend.value, count);
     }
     void translucent(void* target, const UINT16* pairs, INT32 count) const
@@ -105,7 +107,7 @@ private:
     }
 
     Blend m_blend;
-    KxcPixelConverter::BufferConversionFunction m_convert;
+    Kernels::Kernel m_convert;
     KxcPixelBlender::BufferBlendingFunction m_run;
 };
 
@@ -120,8 +122,8 @@ public:
     {
         if (targetFormat == workFormat)
             return;
-        m_toWork = kxcPixelKernels().convertRun[targetFormat][workFormat];
-        m_toTarget = kxcPixelKernels().convertRun[workFormat][targetFormat];
+        m_toWork = kxcPixelKernels().convert[targetFormat][workFormat];
+        m_toTarget = kxcPixelKernels().convert[workFormat][targetFormat];
     }
     void setRow(UINT8* pixels) { m_row = pixels; }
 
@@ -153,15 +155,15 @@ private:
                 continue;
             }
             UINT32 work[kChunk];
-            m_toWork(target, work, n);
+            m_toWork(kxcPixelRow(work, target, n));
             paint(work, from, n);
-            m_toTarget(work, target, n);
+            m_toTarget(kxcPixelRow(target, work, n));
         }
     }
 
     const Painter& m_painter;
     ptrdiff_t m_bytes;
-    KxcPixelConverter::BufferConversionFunction m_toWork = nullptr, m_toTarget = nullptr;
+    Kernels::Kernel m_toWork = nullptr, m_toTarget = nullptr;
     UINT8* m_row = nullptr;
 };
 
@@ -205,9 +207,9 @@ public:
     /// Lays the sprite over 55X5 pixels.
     void lay(const UINT16* data, const INT32* lines) const
     {
-        kxcPixelKernels().layRuns({row(firstRow), m_pitch, m_pixels + m_target->getHeight() * ptrdiff_t{m_pitch}, data,
-                                   lines + firstRow, firstColumn, endColumn, endRow - firstRow,
-                                   firstColumn > 0 || endColumn < m_sprite.getWidth()});
+        kxcPictureKernels().layRuns({row(firstRow), m_pitch, m_pixels + m_target->getHeight() * ptrdiff_t{m_pitch},
+                                     data, lines + firstRow, firstColumn, endColumn, endRow - firstRow,
+                                     firstColumn > 0 || endColumn < m_sprite.getWidth()});
     }
     template <class Painter>
     void paint(const Painter& painter, INT32 workFormat) const

@@ -1,6 +1,7 @@
 // toolkit.h - what the operations of the toolkit share: working formats, and surfaces in the making.
 #pragma once
 
+#include "surfaces/picture_kernels.h"
 #include "surfaces/pixel_kernels.h"
 #include "surfaces/surface_reader.h"
 #include "surfaces/texels.h"

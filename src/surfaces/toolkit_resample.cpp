@@ -46,7 +46,7 @@ private:
 void growStrip(const KxcSurfaceReader& source, const KxcToolkitResult& result, Kernels::Size size,
                const KxcPixelMix& columns, INT32 x, UINT32* const widened[2])
 {
-    const Kernels& kernels = kxcPixelKernels();
+    const KxcPictureKernels& kernels = kxcPictureKernels();
     const Growth down(source.height(), result.height());
     INT32 held[2] = {-1, -1}; // the source's rows that were widened last: the even and the odd one
     for (INT32 y = 0; y < result.height(); ++y)
@@ -157,7 +157,7 @@ KxcGLSurface* shrink(KxcGLSurface* surface, INT32 width, INT32 height)
         edges[x] = edge(x, count, width);
 
     const Kernels::Size size = sizeOf(format);
-    const auto sumRow = kxcPixelKernels().sumRow[size];
+    const auto sumRow = kxcPictureKernels().sumRow[size];
     for (INT32 y = 0; good && y < height; ++y)
     {
         const INT64 top = edge(y, source.height(), height), bottom = edge(y + 1, source.height(), height);

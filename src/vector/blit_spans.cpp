@@ -167,8 +167,8 @@ struct Blit32Filled
     {
         const UINT32 weight = divide255(coverage * opacity);
         const KxcPixelKernels& kernels = kxcPixelKernels();
-        const auto& blend = kOpaqueTarget ? kernels.blendRunX888 : kernels.blendRunPremul8888;
-        blend[weight == 255 ? 0 : 1](colors + x, row + x, weight, end - x); // none copies what is opaque
+        const auto& blend = kOpaqueTarget ? kernels.blendX888 : kernels.blendPremul8888;
+        blend[weight == 255 ? 0 : 1](kxcPixelRow(row + x, colors + x, end - x, weight)); // none copies what is opaque
     }
 };
 

@@ -1,5 +1,6 @@
 // pixel_kernels_test.cpp - the loops chosen for this machine give what the portable ones give, and stay in their block.
 
+#include "surfaces/picture_kernels.h"
 #include "surfaces/pixel_kernels.h"
 
 #include "support/pixel_reference.h"
@@ -125,7 +126,7 @@ TEST(PixelKernels, SelectAndKeyedBlendsLeaveOutExactlyTheKey)
 
 TEST(PixelKernels, RowsOfSpritesAndOfTheToolkitEqualThePortableOnesToo)
 {
-    const KxcPixelKernels* const tables[2] = {&kxcPixelKernels(), &kxcPixelKernelsBase};
+    const KxcPictureKernels* const tables[2] = {&kxcPictureKernels(), &kxcPictureKernelsBase};
     reference::Noise random;
     for (INT32 count = 1; count <= kLongest; ++count)
     {
