@@ -11,9 +11,8 @@ class KxcObjectFrameStore;
 
 /// A datagram: nine bytes of header, then messages, back to back. Numbers are little-endian.
 ///
-/// Bytes   0: protocol id (KxcUINT32, 1)   4: sequence (KxcUINT16)   6: acknowledgement (KxcUINT16)
-///         8: KXCPACKET_ flags
-/// Message a KxcUINT16 length L, then L bytes: the receiver id (KxcUINT32) and the data
+/// Header     bytes 0 to 3 the protocol id, 1; 4 and 5 the sequence; 6 and 7 the acknowledgement; 8 KXCPACKET_ flags
+/// Message    a length L in two bytes, then L bytes: the receiver id in four, and the data
 class KXC_API KxcObjectPacketBase
 {
 public:

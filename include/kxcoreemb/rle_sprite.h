@@ -8,13 +8,12 @@
 /// copied in blocks, what repeats is stored once, and only translucent pixels are blended one by one.
 ///
 /// Encoding   a row is a sequence of 16-bit words. A code word has a kind in its top two bits and a count of 0..16383
-///            in the others, and these words follow it:
-///              0x0000 + n   n transparent pixels: none. 0x0000 itself ends the row; what is left of it is transparent
-///              0x4000 + n   n more pixels like the last one: none
-///              0x8000 + n   n opaque pixels: n colours, 55X5 with bit 5 zero
-///              0xC000 + n   n translucent pixels: n pairs of an alpha, 0..32, and a colour
+///            in the others, and the words that the list below tells follow it.
 /// Memory     the encoding, and where it has short repetitions, as noise makes them, a second one without those, which
 ///            is drawn faster.
+/// Masks      pixels are transparent where (pixel & mask) == (key & mask). The pixel and the key, 0xAARRGGBB, are
+///            reduced to what a sprite keeps before: alpha to 0..32, the lowest three bits of colours to 0. The mask
+///            0xFF000000 with key 0 makes transparent what has no alpha; 0x00FFFFFF with 0xFF00FF what is magenta.
 /// Units      pixels. A sprite covers the smallest rectangle around what is not transparent; its offset tells where in
 ///            the surface that rectangle lay, so that a sprite drawn at (x, y) falls where the surface would.
 /// Targets    55X5 surfaces are drawn on directly, others in the working formats of KxcPixelBlender. PALETTE8 surfaces
@@ -22,13 +21,14 @@
 /// Ownership  the caller deletes what create() returned.
 /// Failure    create() returns null; a blit onto null, a locked surface, or one that refuses its lock draws nothing.
 /// Threads    the frame thread only.
+///
+///   0x0000 + n   n transparent pixels: none. 0x0000 itself ends the row; what is left of it is transparent
+///   0x4000 + n   n more pixels like the last one: none
+///   0x8000 + n   n opaque pixels: n colours, 55X5 with bit 5 zero
+///   0xC000 + n   n translucent pixels: n pairs of an alpha, 0..32, and a colour
 class KXC_API KxcRLESprite
 {
 public:
-    // mask, key  pixels are transparent where (pixel & mask) == (key & mask). The pixel and the key, 0xAARRGGBB, are
-    //            reduced to what a sprite keeps before: alpha to 0..32, the lowest three bits of colours to 0. The mask
-    //            0xFF000000 with key 0 makes transparent what has no alpha; 0x00FFFFFF with 0xFF00FF what is magenta.
-
     /// Encodes what a surface shows. Paletted surfaces are read through their palette.
     /// @return a sprite of size 0 when all is transparent; null when memory runs out or the surface cannot be locked
     static KxcRLESprite* create(KxcGLSurface* surface, KxcUINT32 mask, KxcUINT32 key);
