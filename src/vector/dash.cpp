@@ -143,11 +143,12 @@ private:
         m_length += length;
         if (!m_opened || (m_points.getPoint(last).x == p.x && m_points.getPoint(last).y == p.y))
             return;
-        if (m_points.addPoint(p) < 0 || !m_lines.addLine(last, last + 1))
+        if (m_points.addPoint(p) < 0 || !m_flags.add(m_first ? kOpensSubpath | kEndsSubpath : kEndsSubpath))
             return;
+        if (!m_lines.addLine(last, last + 1))
+            return m_flags.truncate(m_flags.count() - 1); // each line has its flags
         if (!m_first)
-            m_flags.last() &= static_cast<UINT8>(~kEndsSubpath);
-        m_flags.add(m_first ? kOpensSubpath | kEndsSubpath : kEndsSubpath);
+            m_flags[m_flags.count() - 2] &= static_cast<UINT8>(~kEndsSubpath);
         m_lengths.add(m_length);
         m_first = false;
     }

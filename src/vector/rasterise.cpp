@@ -410,10 +410,10 @@ void Picture<kSampleRows>::spansFromAET()
     for (INT32 i = 0; i < m_row.active.count(); ++i)
     {
         const INT32 start = m_row.active[i]->min >> 3, end = (m_row.active[i]->max >> 3) + 1;
-        if (spans.count() == 0 || start > spans.last().end)
-            spans.add({start, end, 0});
-        else
+        if (spans.count() > 0 && start <= spans.last().end)
             spans.last().end = std::max(spans.last().end, end);
+        else if (!spans.add({start, end, 0}))
+            return spans.clear(); // without memory the row stays out: crossings outside of spans would stay set
     }
     if constexpr (kNonZero)
         windingToToggles();

@@ -223,6 +223,7 @@ void KxcPrimitiveTranslator::createRoundingCircle()
                                                                     2 * m_circleRadius);
     m_rightHalf = KxcPrimitiveDrawIndexedPrimitive::createHalfCircle(0, m_circleRadius, m_circleRadius, 0, 0, -1, 0,
                                                                      2 * m_circleRadius);
+    m_circleDirty = !m_leftHalf || !m_rightHalf; // without memory: once more for the next path
 }
 
 void KxcPrimitiveTranslator::addRoundingCircle(const KxcVector2& point)

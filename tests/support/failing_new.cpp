@@ -2,25 +2,44 @@
 
 #include "support/failing_new.h"
 
+#include <atomic>
 #include <new>
 
-static int s_successesLeft = -1;
+static std::atomic<int> s_successesLeft{-1}, s_failures{0};
+static std::atomic<bool> s_forGood{false};
+static std::atomic<std::size_t> s_largest{0};
 
-void failAllocationAfter(int successes) { s_successesLeft = successes; }
-
-static std::size_t s_largest = 0;
-
-std::size_t takeLargestAllocation()
+void failAllocationAfter(int successes)
 {
-    const std::size_t largest = s_largest;
-    s_largest = 0;
-    return largest;
+    s_forGood = false;
+    s_failures = 0;
+    s_successesLeft = successes;
 }
+
+void failAllocationsFrom(int successes)
+{
+    failAllocationAfter(successes);
+    s_forGood = true;
+}
+
+int stopFailing()
+{
+    s_successesLeft = -1;
+    return s_failures;
+}
+
+std::size_t takeLargestAllocation() { return s_largest.exchange(0); }
 
 static bool fails(std::size_t size)
 {
-    s_largest = size > s_largest ? size : s_largest;
-    return s_successesLeft >= 0 && s_successesLeft-- == 0;
+    if (size > s_largest)
+        s_largest = size;
+    if (s_successesLeft < 0 || (s_successesLeft > 0 && s_successesLeft-- > 0))
+        return false;
+    if (!s_forGood)
+        s_successesLeft = -1;
+    ++s_failures;
+    return true;
 }
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept

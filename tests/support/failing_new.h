@@ -5,6 +5,11 @@
 
 /// The allocation after the next `successes` ones returns null, once; below 0 none does.
 void failAllocationAfter(int successes);
+/// That one and all that follow return null.
+void failAllocationsFrom(int successes);
+
+/// How many failed since the last of these calls; none does any more.
+int stopFailing();
 
 /// The most bytes that one of them asked for since the last call.
 std::size_t takeLargestAllocation();
