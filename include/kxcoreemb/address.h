@@ -10,6 +10,9 @@ enum KXCADDRESS : KxcINT32
 };
 
 /// Where a socket is, or is to be: a record of bytes that only its own kind understands.
+///
+/// Ownership  whoever made one deletes it.
+/// Threads    one at a time.
 class KXC_API KxcAddress
 {
 public:
@@ -33,6 +36,8 @@ protected:
 
 /// An IPv4 address and a port, as a record of 16 bytes: the family (2, in the host's byte order), the port and the
 /// address (both in network byte order), eight zeros.
+///
+/// Threads    one at a time.
 class KXC_API KxcInetAddress : public KxcAddress
 {
 public:
@@ -85,6 +90,9 @@ private:
 };
 
 /// A host: an address and a name.
+///
+/// Ownership  whoever made one deletes it; address and name are its own.
+/// Threads    one at a time.
 class KXC_API KxcHostEntry
 {
 public:

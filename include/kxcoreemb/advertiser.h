@@ -13,6 +13,10 @@ class KxcInetDiscovery;
 class KxcUUID;
 
 /// A host's message about its game: a header, a game port and data, at most 511 bytes in all.
+///
+/// Ownership  whoever made one deletes it; services copy what they need.
+/// Failure    a message that does not fit stays as it was.
+/// Threads    one at a time.
 class KXC_API KxcAdvertiser
 {
 public:

@@ -82,6 +82,9 @@ protected:
 };
 
 /// One archive that was opened.
+///
+/// Ownership  the KxcCFL that opened it.
+/// Threads    the frame thread only.
 class KXC_API KxcCFLLibrary
 {
 public:
@@ -106,6 +109,9 @@ protected:
 };
 
 /// An entry of an archive; its record in the stored directory takes 14 bytes and the name.
+///
+/// Ownership  the KxcCFL, for those that it lists; else whoever made it.
+/// Threads    the frame thread only.
 class KXC_API KxcCFLDirectoryEntry
 {
 public:
@@ -145,6 +151,10 @@ protected:
 };
 
 /// A block of stored bytes: in a file, a 32-bit length and the bytes.
+///
+/// Ownership  whoever made it deletes it, and with it the bytes.
+/// Failure    load() answers null, save() 0.
+/// Threads    one at a time.
 class KXC_API KxcCFLResource
 {
 public:

@@ -36,6 +36,9 @@ enum KXCCOMMERROR : KxcINT32
 };
 
 /// Receives what peers send to a receiver id. Both operations are called for each message; a game overrides one.
+///
+/// Ownership  the game's; it is taken out with removeDataReceiver() before it is deleted.
+/// Threads    the frame thread, within runScheduler().
 class KXC_API KxcDataReceiver
 {
 public:
@@ -46,6 +49,9 @@ public:
 
 /// Told that a peer has been silent for longer than its connection timeout: at every run, until it speaks again or is
 /// removed. It may be removed and deleted in here.
+///
+/// Ownership  the game's.
+/// Threads    the frame thread, within runScheduler().
 class KXC_API KxcClientLost
 {
 public:
@@ -56,6 +62,9 @@ public:
 
 /// Told of a message from an address that belongs to no client, as a newcomer's first one. A client may be added in
 /// here, but hears only what comes later.
+///
+/// Ownership  the game's.
+/// Threads    the frame thread, within runScheduler().
 class KXC_API KxcUnknownSender
 {
 public:
@@ -75,6 +84,9 @@ public:
 };
 
 /// Hands received messages to the receiver of their id, else to the default receiver, else drops them.
+///
+/// Ownership  receivers stay the game's.
+/// Threads    the frame thread only.
 class KXC_API KxcObjectDataServant
 {
 public:

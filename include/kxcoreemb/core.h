@@ -72,6 +72,8 @@ enum : KxcINT32
 
 /// The game. Constructing one registers it with the core, which owns it from then on and deletes it at the end of the
 /// run; constructing a second one quits the program.
+///
+/// Threads    the thread that runs the frames.
 class KXC_API KxcApp
 {
 public:
@@ -85,6 +87,8 @@ public:
 };
 
 /// Draws the game, once a frame after KxcApp::onTick. Installed with KxcCore::setRenderer; the game owns it.
+///
+/// Threads    the thread that runs the frames.
 class KXC_API KxcRenderer
 {
 public:
@@ -100,6 +104,8 @@ protected:
 
 /// Receives the game's input between frames. Installed with KxcCore::setController; the game owns it.
 /// A key is delivered first as a key (with the platform's repeats), then as each control that is mapped to it.
+///
+/// Threads    the thread that runs the frames.
 class KXC_API KxcInput
 {
 public:

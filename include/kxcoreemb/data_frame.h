@@ -13,6 +13,8 @@ class KxcObjectFrameStore;
 ///
 /// Header     bytes 0 to 3 the protocol id, 1; 4 and 5 the sequence; 6 and 7 the acknowledgement; 8 KXCPACKET_ flags
 /// Message    a length L in two bytes, then L bytes: the receiver id in four, and the data
+/// Ownership  the caller deletes what create() returned.
+/// Threads    one at a time.
 class KXC_API KxcObjectPacketBase
 {
 public:

@@ -4,6 +4,8 @@
 #include <kxcoreemb/base.h>
 
 /// A moment in local time.
+///
+/// Threads    any; one at a time for each object.
 class KXC_API KxcDateTime
 {
 public:

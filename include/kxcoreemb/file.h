@@ -163,6 +163,10 @@ protected:
 };
 
 /// Opens entries of the archives: decoded whole, as a KxcFileMemory.
+///
+/// Ownership  as KxcFile: close() ends and destroys what open() gave.
+/// Failure    open() answers null.
+/// Threads    the frame thread only.
 class KXC_API KxcFileCFL
 {
 public:

@@ -140,6 +140,9 @@ struct KxcGLCustomItem
 };
 
 /// Draws a game's own items at their place in the depth order.
+///
+/// Ownership  the game's; it must live until endRender().
+/// Threads    the frame thread.
 class KXC_API KxcGLCustomRenderCallback
 {
 public:

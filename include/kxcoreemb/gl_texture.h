@@ -22,6 +22,10 @@ enum KXCTEXTURE : KxcINT32
 };
 
 /// Says what is in the levels of a texture. Level 0 is the largest.
+///
+/// Ownership  the texture's that was created with it.
+/// Failure    fillSurface() answers 0: the texture stays invisible.
+/// Threads    the frame thread.
 class KXC_API KxcGLTextureBuilder
 {
 public:
@@ -52,6 +56,9 @@ protected: // for derived classes
 };
 
 /// The levels of one texture, or of several that share them, in memory that the resource manager may reclaim.
+///
+/// Ownership  the textures that share it.
+/// Threads    the frame thread only.
 class KXC_API KxcGLComplexSurfaceResource : public KxcResource
 {
 public:

@@ -84,6 +84,9 @@ enum KXCGLTRIANGLEINFO : KxcUINT32
 };
 
 /// Colours and texture coordinates of single triangles: record i is that of the i-th triangle of a call.
+///
+/// Ownership  the caller deletes what create() returned, after the call that uses it.
+/// Threads    the frame thread only.
 class KXC_API KxcGLTriangleInfoBuffer
 {
 public:

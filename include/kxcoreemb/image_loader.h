@@ -85,6 +85,10 @@ KXC_API void kxcUseImageFilterPCX();
 
 /// A surface whose pixels come from an image file when it is locked, under the resource manager's budget.
 /// While it is unlocked its pixels may be evicted, so what was drawn on it can be lost.
+///
+/// Ownership  the caller deletes what create() returned; the pixels are the resource manager's.
+/// Failure    a lock() answers 0 where the image cannot be loaded or does not fit the budget.
+/// Threads    the frame thread only.
 class KXC_API KxcGLResourceSurface : public KxcGLSurface
 {
 public:

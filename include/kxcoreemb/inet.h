@@ -76,6 +76,10 @@ private:
 };
 
 /// A peer on the Internet, known by its address and port.
+///
+/// Ownership  the game's: removed from the scheduler first, then deleted. Frames stay the client's.
+/// Failure    null or -1, with the reason in getLastError().
+/// Threads    the frame thread only.
 class KXC_API KxcInetClientWin : public KxcClientCommWin
 {
 public:

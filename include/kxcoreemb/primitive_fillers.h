@@ -33,6 +33,9 @@ enum KXCSPREAD : KxcINT32
 ///
 /// A gradient is placed by its base, in user space; the gradient transformation is applied to that, then the path's
 /// transformation, which the translator sets. Colours are taken at the centres of pixels.
+///
+/// Ownership  the caller deletes what create() of a derived class returned.
+/// Threads    the frame thread only.
 class KXC_API KxcPrimitiveDrawGradientFiller : public KxcPrimitiveDrawFiller
 {
 public:
@@ -130,6 +133,9 @@ private:
 };
 
 /// An image in a fixed place of the surface, neither scaled nor turned; what lies outside of it is transparent.
+///
+/// Ownership  the caller deletes what create() returned, and keeps the image.
+/// Threads    the frame thread only.
 class KXC_API KxcPrimitiveDrawImageFiller : public KxcPrimitiveDrawFiller
 {
 public:
@@ -156,6 +162,9 @@ private:
 ///
 /// The pattern transformation is applied to the tile, then the path's transformation, which the translator sets. Pixels
 /// between the tile's are interpolated; a tile that shrinks below half its size is averaged beforehand.
+///
+/// Ownership  the caller deletes what create() returned, and keeps the source.
+/// Threads    the frame thread only.
 class KXC_API KxcPrimitiveDrawPatternFiller : public KxcPrimitiveDrawFiller
 {
 public:

@@ -94,6 +94,9 @@ struct KxcPrimitivePoint
 };
 
 /// Points: where they are for the user, and where a matrix put them in the rasteriser's grid.
+///
+/// Ownership  the caller deletes what create() returned.
+/// Threads    one at a time.
 class KXC_API KxcPrimitiveDrawPointSet
 {
 public:
@@ -129,6 +132,9 @@ struct KxcPrimitiveDrawLine
 };
 
 /// Edges between the points of a set.
+///
+/// Ownership  the caller deletes what create() returned.
+/// Threads    one at a time.
 class KXC_API KxcPrimitiveDrawLineSet
 {
 public:
@@ -194,6 +200,9 @@ private:
 };
 
 /// Pointers to such edges, which belong to somebody else.
+///
+/// Ownership  the caller deletes what create() returned, not what it points to.
+/// Threads    one at a time.
 class KXC_API KxcPrimitiveDrawIndexedPrimitiveSet
 {
 public:

@@ -76,6 +76,8 @@ private:
 };
 
 /// A socket for datagrams.
+///
+/// Ownership  the caller deletes what create() returned, which closes it.
 class KXC_API KxcDgramSocket : public KxcSocket
 {
 public:

@@ -69,7 +69,7 @@ public:
     void clear(KxcUINT32 color);
     /// Fills the part of the rectangle that lies on the surface, blended by the colour's alpha.
     void drawFilledRect(KxcINT32 x, KxcINT32 y, KxcINT32 width, KxcINT32 height, KxcUINT32 color);
-    /// Draws a line one pixel thick, both ends included, blended by the colour's alpha.
+    /// Draws a line one pixel thick (by Bresenham's method), both ends included, blended by the colour's alpha.
     void drawLine(KxcFixed x1, KxcFixed y1, KxcFixed x2, KxcFixed y2, KxcUINT32 color);
     /// Draws a smooth line; only on 55X5 surfaces. @param color  0x00RRGGBB
     void drawAALine(KxcFixed x1, KxcFixed y1, KxcFixed x2, KxcFixed y2, KxcUINT32 color);
