@@ -45,39 +45,19 @@ inline void mapRow(T* target, const S* source, INT32 count, F f)
         target[x] = static_cast<T>(f(source[x], target[x]));
 }
 
-/// target = f(source, target) over a block. Blocks without gaps between their rows are one long row.
+/// target = f(source, target) over a block.
 template <class T, class S, class F>
 inline void mapBlock(const KxcPixelBlock& b, F f)
 {
-    INT32 width = b.width, height = b.height;
-    if (b.targetPitch == width * static_cast<ptrdiff_t>(sizeof(T)) &&
-        b.sourcePitch == width * static_cast<ptrdiff_t>(sizeof(S)))
-    {
-        width *= height;
-        height = 1;
-    }
-    for (INT32 y = 0; y < height; ++y)
-        mapRow(rowOf<T>(b.target, b.targetPitch, y), rowOf<S>(b.source, b.sourcePitch, y), width, f);
-}
-
-/// A target without gaps between its rows as one long row.
-template <class T>
-inline KxcPixelBlock joinRows(KxcPixelBlock b)
-{
-    if (b.targetPitch == b.width * static_cast<ptrdiff_t>(sizeof(T)))
-    {
-        b.width *= b.height;
-        b.height = 1;
-    }
-    return b;
+    for (INT32 y = 0; y < b.height; ++y)
+        mapRow(rowOf<T>(b.target, b.targetPitch, y), rowOf<S>(b.source, b.sourcePitch, y), b.width, f);
 }
 
 template <class T, class F>
 inline void mapBlock(const KxcPixelBlock& b, F f)
 {
-    const KxcPixelBlock rows = joinRows<T>(b);
-    for (INT32 y = 0; y < rows.height; ++y)
-        mapRow(rowOf<T>(rows.target, rows.targetPitch, y), rows.width, f);
+    for (INT32 y = 0; y < b.height; ++y)
+        mapRow(rowOf<T>(b.target, b.targetPitch, y), b.width, f);
 }
 
 /// Long rows go on from a boundary of the widest store: one that crosses cache lines takes twice as long.
