@@ -28,10 +28,10 @@ struct KxcPixelBlock
     ptrdiff_t keyedPitch;
 };
 
-/// `count` pixels as a block.
+/// `count` pixels as a block; none below 1.
 constexpr KxcPixelBlock kxcPixelRow(void* target, const void* source, INT32 count, UINT32 value = 0)
 {
-    return {target, 0, source, 0, count, 1, value, 0, nullptr, 0};
+    return {target, 0, source, 0, count > 0 ? count : 0, 1, value, 0, nullptr, 0};
 }
 
 /// Takes pixels from anywhere in a picture: target pixel (i, j) = source[columns[i] + ((v + j dv) >> 16) x rowStep].
