@@ -49,10 +49,11 @@ public:
     static KxcInetAddress* create();
     static KxcInetAddress* create(const KxcAddress& other); ///< copies the record of another IPv4 address
 
-    void setAddress(void* data, KxcINT32 size) override; ///< @param size  0 to 16
+    void setAddress(void* data, KxcINT32 size) override; ///< copies up to 16 bytes
     const void* getAddress() const override { return record; }
     void* getAddress() override { return record; }
     KxcINT32 isSame(const KxcAddress& other) const override;
+    /// Compares host and port.
     /// @return 1 when host and port are equal, else -1
     static KxcINT32 isSame(const KxcInetAddress& a, const KxcInetAddress& b);
 
@@ -152,6 +153,7 @@ class KXC_API KxcInetHostResolver : public KxcHostResolver
 {
 public:
     static KxcInetHostResolver* create(); ///< the caller deletes it; null when memory runs out
+    /// Finds a host's address; the port stays.
     /// @param text  a name, or an address in dotted form
     KxcINT32 getHostByString(const char* text, KxcInetAddress& address);
     KxcINT32 localAddress(KxcAddress& address) override;

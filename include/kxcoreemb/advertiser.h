@@ -74,8 +74,10 @@ public:
     KxcINT32 setMessageData(const char* data, KxcINT32 length) override;
     /// @}
 
+    /// Copies the header's element.
     /// @param length  the buffer's; receives the element's. 0 when there is none or the buffer is too small
     void getMessageHeader(char* buffer, KxcINT32& length) override;
+    /// Copies the data's element.
     /// @param length  likewise, except that it stays when the buffer is too small
     void getMessageData(char* buffer, KxcINT32& length) override;
     KxcINT32 isAddress() override;

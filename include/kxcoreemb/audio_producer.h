@@ -56,6 +56,7 @@ public:
 protected:
     friend class KxcAudioDevice;
     KxcAudioProducer();
+    /// Stores what sounds start with.
     /// @param stream  1 for a KxcAudioStream, which has no samples of its own  @return 0 when memory runs out
     KxcINT32 initialize(KxcAudioFormat format, KxcFixed volume, KxcFixed panning, KxcUINT16 priority, KxcINT32 stream);
 

@@ -46,6 +46,7 @@ public:
     /// Compression 0xFFFF stands for the registered compressor (an id up to 0xFFFE) that gives the fewest bytes.
     /// @param filterWord  receives the compression that was chosen  @return null on failure
     static KxcCFLResource* handle(const KxcINT8* data, KxcUINT32 length, KxcUINT32& filterWord);
+    /// Runs the filters of a word in reverse: cipher, compression, preprocessor.
     /// @param length  the bytes that are expected, or 0 when any number will do; receives how many were decoded
     /// @return a new[] buffer; null on failure, and when another number came out than expected
     static KxcINT8* unhandle(const KxcCFLResource* resource, KxcUINT32 filterWord, KxcUINT32& length);
@@ -63,6 +64,7 @@ public:
 
 protected: // for derived classes
     friend void kxcCFLFiltersFree();
+    /// A filter that is registered by the last line of the derived constructor.
     /// @param filterId  where a filter word names it: see above
     /// @param info, name  one line and one word on the filter; not copied
     KxcCFLResourceFilter(KxcUINT32 filterId, const char* info, const char* name);

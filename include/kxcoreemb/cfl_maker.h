@@ -17,6 +17,7 @@ class KxcFile;
 class KXC_API KxcCFLMaker
 {
 public:
+    /// Begins an archive.
     /// @param name  as for KxcFile::open, on disk  @return null when the file cannot be made, and without a core
     static KxcCFLMaker* create(const char* name);
 

@@ -204,6 +204,7 @@ public:
     KxcINT32 getConnectionType() const { return connectionType; }            ///< a KXCCONNECTION_ value
     void setConnectionType(KxcINT32 type) { connectionType = type; }         ///< for classes of a game's own
     KxcINT32 getConnectionSpeed() const { return connectionSpeed; } ///< see docs/protocol.md for the pauses it makes
+    /// Sets how long to pause after a datagram, by a code.
     /// @param code  1, 2: 1000; 3: 240000; 4: 1370000; 5: as it is; any other: 2000, as at first
     void setConnectionSpeed(KxcINT32 code);
     void tuneConnectionSpeed(KxcINT32 speed) { connectionSpeed = speed; }  ///< any value
@@ -244,13 +245,14 @@ public:
 
     KxcINT32 runScheduler() override; ///< the engine calls it once a frame. @return -1
 
+    /// Installs the handler of its connection type.
     /// @return the handler's index (Internet 1, Bluetooth 0), whose former handler is replaced; -3 for an unknown type
     KxcINT32 addCommunicationHandler(KxcCommunicationHandler* handler);
     KxcCommunicationHandler* getCommunicationHandler(KxcINT32 index) const; ///< null when there is none
     /// The one that was there, or null; it is the game's.
     KxcCommunicationHandler* removeCommunicationHandler(KxcINT32 index);
 
-    KxcINT32 addClient(KxcClientCommWin* client); ///< @return its id; -1 when the table is full; -2 without a handler
+    KxcINT32 addClient(KxcClientCommWin* client);      ///< its id; -1 when the table is full; -2 without a handler
     KxcClientCommWin* removeClient(KxcINT32 clientId); ///< the client, which is the game's; null when nobody has the id
     KxcClientCommWin* getClient(KxcINT32 clientId);    ///< null when nobody has the id
     KxcINT32 getRoundTripTime(KxcINT32 clientId);      ///< in milliseconds, or -1

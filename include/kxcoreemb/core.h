@@ -82,6 +82,7 @@ public:
     virtual void onAppInit();   ///< once, before the first frame
     virtual void onTick();      ///< once a frame, before rendering
     virtual void onAppDeinit(); ///< once, when the program quits
+    /// Something happened to the window.
     /// @param event  a KXCDSE_ value  @param param  2: the application is expected to quit, which the base does
     virtual KxcINT32 onDeviceStateEvent(KxcINT32 event, KxcINT32 param, void* data);
 };
@@ -93,6 +94,7 @@ class KXC_API KxcRenderer
 {
 public:
     virtual void render(); ///< draws the frame into the device's picture
+    /// Called after render().
     /// @return 0 to have the active graphics device present its picture; anything else keeps the frame as it is
     virtual KxcINT32 updateScreen(void* data);
     virtual void initRenderer();   ///< when it was installed

@@ -20,6 +20,7 @@ class KXC_API KxcObjectPacketBase
 public:
     static constexpr KxcINT32 kHeaderLength = 9; ///< bytes before the messages
 
+    /// An empty datagram.
     /// @param capacity  bytes, 9 or more @return null when that is refused or memory runs out; the caller deletes it
     static KxcObjectPacketBase* create(KxcINT32 capacity);
     virtual ~KxcObjectPacketBase();
@@ -107,6 +108,7 @@ class KXC_API KxcObjectDataFrame
 public:
     static constexpr KxcINT32 kReceiverIdLength = 4; ///< bytes before the data
 
+    /// A frame on its own; KxcClientCommWin::getPacketFrame() gives those that are sent.
     /// @param size  bytes for the receiver id and the data, 4 or more @return null when it is refused or memory runs
     /// out
     static KxcObjectDataFrame* create(KxcINT32 slot, KxcINT32 size);

@@ -35,6 +35,7 @@ class KXC_API KxcFile
 {
 public:
     // --- one file (this order is the order of the virtual table) ---
+    /// Moves the position.
     /// @param whence  0 from the start, 1 from the position, 2 from the end  @return 0; anything else on failure
     virtual KxcINT32 seek(KxcINT32 offset, KxcINT32 whence);
     virtual KxcINT32 tell();               ///< -1 on failure
@@ -52,6 +53,7 @@ protected:
 
 public:
     // --- opening ---
+    /// Opens a file for reading or writing.
     /// @param mode  as for fopen, "rb" or "wb"; modes that write never reach an archive
     static KxcFile* open(const char* name, const char* mode, KxcUINT32 strategy);
     static KxcFile* openDiskFile(const char* name, const char* mode);            ///< KXCFILE_DISK_ONLY

@@ -134,8 +134,8 @@ struct KxcGLCustomItem
 {
     KxcFixed x;      ///< in pixels
     KxcFixed y;      ///< likewise
-    KxcFixed z;      ///< after the division by w
-    KxcFixed w;      ///< the depth that it was sorted by
+    KxcFixed z;      ///< of clip space: what it was sorted by
+    KxcFixed w;      ///< of clip space
     KxcUINT32 color; ///< 0xAARRGGBB
 };
 
@@ -162,6 +162,7 @@ protected:
 class KXC_API KxcGL
 {
 public:
+    /// Makes the device.
     /// @param deviceId  0: the variant of the highest priority; 1: the newest of priority 0; else KxcGLDeviceInfo's
     /// @param flags     KXCGLCREATE_ bits
     /// @return null when there is a device already or none could be made
@@ -187,6 +188,7 @@ public:
     KxcINT32 getPalette(unsigned char** first, unsigned char** second); ///< -2 when one that is asked for was never set
 
     // --- state: takes effect for what is rendered after the change ---
+    /// Sets a state.
     /// @param state  a KXCGLSTATE_ value; -2 for values it does not take
     KxcINT32 setStateI(KxcINT32 state, KxcINT32 value);
     KxcINT32 setStateF(KxcINT32 state, KxcFixed value);  ///< the same; whole numbers where the state is one
@@ -195,9 +197,9 @@ public:
     /// 0 when the factors form a pair that can be drawn: (ONE, ZERO), (SOURCEALPHA, INVSOURCEALPHA), (ONE, ONE) or
     /// (ZERO, INVSOURCECOLOR).
     KxcINT32 validateBlendMode(KxcINT32 source, KxcINT32 destination);
-    KxcINT32 setMatrix(KxcINT32 matrix, const KxcMatrix4& m);   ///< @param matrix  a KXCGLMATRIX_ value
+    KxcINT32 setMatrix(KxcINT32 matrix, const KxcMatrix4& m);   ///< copied; `matrix` is a KXCGLMATRIX_ value
     KxcINT32 getMatrix(KxcINT32 matrix, KxcMatrix4& m);         ///< what was set; the identity at first
-    KxcINT32 setLight(KxcINT32 index, const KxcGLLight& light); ///< @param index  0 to 7
+    KxcINT32 setLight(KxcINT32 index, const KxcGLLight& light); ///< copied; the index is 0 to 7
     KxcINT32 getLight(KxcINT32 index, KxcGLLight& light);       ///< what was set
     KxcINT32 enableLight(KxcINT32 index, KxcINT32 enable);      ///< 1 enables, anything else disables
     KxcINT32 setMaterial(const KxcGLMaterial& material);        ///< copied
@@ -218,12 +220,14 @@ public:
     /// The same for vertices base + indices[0] to base + indices[count - 1].
     KxcINT32 renderPrimitiveIndexed(KxcGLVertexBuffer* buffer, KxcINT32 type, KxcINT32 base, const KxcUINT16* indices,
                                     KxcINT32 count, KxcINT32 min, KxcINT32 max, KxcGLTriangleInfoBuffer* info);
+    /// Not supported on this platform.
     /// @return -1
     KxcINT32 processVertices(KxcGLVertexBuffer& source, KxcGLVertexBuffer& target, KxcINT32 first, KxcINT32 count);
 
     // --- sprites: rectangles of the texture, sorted like triangles ---
     /// On the screen, centred at pixel (x, y).
-    /// @param z                         what it is sorted by
+    /// @param z                         what it is sorted by where KXCGLSTATE_ORTHOGRAPHIC is on; elsewhere it lies at
+    ///                                  depth 1, in front of what is farther away
     /// @param w, h                      its size in pixels
     /// @param left, top, right, bottom  the part of the texture, where 1.0 spans it
     /// @param matrix                    turns and scales the corners first; may be null

@@ -48,6 +48,7 @@ public:
     KxcGLTextureBuilder& operator=(const KxcGLTextureBuilder&) = delete;
 
 protected: // for derived classes
+    /// What equals() and the texture ask.
     /// @param kind   one number for each derived class; 1 is KxcGLTextureFromFile's @param flags  KXCTEXTURE_ bits
     KxcGLTextureBuilder(KxcINT32 kind, KxcINT32 flags) : m_kind(kind), m_flags(flags) {}
 
@@ -104,6 +105,7 @@ private:
 class KXC_API KxcGLTexture
 {
 public:
+    /// Makes a texture of what the builder says.
     /// @param builder  the texture's from then on; still the caller's where this returns null
     /// @param flags    KXCTEXTURE_ bits; KXCTEXTURE_UNSHARED, KXCTEXTURE_LAZY and KXCTEXTURE_RESIDENT count
     static KxcGLTexture* create(KxcGLTextureBuilder* builder, KxcINT32 flags);

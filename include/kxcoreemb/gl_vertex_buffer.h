@@ -25,6 +25,7 @@ enum KXCGLVERTEX : KxcINT32
 class KXC_API KxcGLVertexBuffer
 {
 public:
+    /// Makes a buffer whose content is undefined.
     /// @param flags   KXCGLVERTEX_ bits
     /// @param stride  bytes from vertex to vertex, at least the sum of the components
     /// @return null when the stride is too small, the count negative, or memory runs out
@@ -90,6 +91,7 @@ enum KXCGLTRIANGLEINFO : KxcUINT32
 class KXC_API KxcGLTriangleInfoBuffer
 {
 public:
+    /// Makes a buffer whose content is undefined. @param flags  KXCGLTRIANGLEINFO_ bits @param stride  in bytes
     /// @return null when the stride is too small for the fields, the count negative, or memory runs out
     static KxcGLTriangleInfoBuffer* create(KxcUINT32 flags, KxcINT32 stride, KxcINT32 count);
     ~KxcGLTriangleInfoBuffer();

@@ -92,6 +92,7 @@ KXC_API void kxcUseImageFilterPCX();
 class KXC_API KxcGLResourceSurface : public KxcGLSurface
 {
 public:
+    /// A surface of the size of the image, which is not loaded yet.
     /// @param format         as for KxcGLSurface::create @param resourceFlags as for KxcResourceManager::createResource
     /// @return null without a name, an image of that name, or memory
     static KxcGLResourceSurface* create(char const* name, KxcINT32 format, KxcINT32 resourceFlags);

@@ -37,6 +37,7 @@ enum KXCCREATOR : KxcINT32
 class KXC_API KxcInetHandler : public KxcCommunicationHandler
 {
 public:
+    /// Makes a service, closed.
     /// @param port  0 lets the system choose
     /// @param sendCapacity, receiveCapacity  bytes of the largest datagram, header included; beyond 1500 networks may
     ///        split them, beyond 65507 none is carried
@@ -83,6 +84,7 @@ private:
 class KXC_API KxcInetClientWin : public KxcClientCommWin
 {
 public:
+    /// Makes a peer, which the scheduler does not know yet.
     /// @param host  a name, which may take seconds to look up, or an address in dotted form
     /// @param maxFrames, frameSize  how many messages may be under way, and the largest one's bytes plus 4
     /// @return null when the host is not known, the frame size is below 4, or memory runs out

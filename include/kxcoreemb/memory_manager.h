@@ -52,6 +52,7 @@ public:
     KxcMemoryManager(const KxcMemoryManager&) = delete;
     KxcMemoryManager& operator=(const KxcMemoryManager&) = delete;
 
+    /// Allocates a block.
     /// @param flags  bit 0: from the top of the pool, else from the bottom
     /// @return at least `size` bytes, undefined; null for a size of 0 and when the pool is exhausted
     static void* memAlloc(KxcUINT32 size, KxcUINT32 flags);

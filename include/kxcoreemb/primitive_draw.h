@@ -19,6 +19,7 @@ struct KxcPrimitiveRow;
 class KXC_API KxcPrimitiveDraw
 {
 public:
+    /// Makes a rasteriser without edges.
     /// @param width, height              of the grid to begin with; it grows with the surfaces
     /// @param lineEdges, indexedEdges    how many edges to have room for; there will be room for more
     /// @return null without memory; the caller deletes it

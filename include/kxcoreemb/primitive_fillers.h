@@ -139,6 +139,7 @@ private:
 class KXC_API KxcPrimitiveDrawImageFiller : public KxcPrimitiveDrawFiller
 {
 public:
+    /// An image whose top left pixel lies at (x, y) of the surface.
     /// @param image  stays the caller's, and must not be the surface that is drawn on; null paints nothing
     /// @return null without memory
     static KxcPrimitiveDrawImageFiller* create(KxcGLSurface* image, KxcINT32 x, KxcINT32 y);
@@ -168,6 +169,7 @@ private:
 class KXC_API KxcPrimitiveDrawPatternFiller : public KxcPrimitiveDrawFiller
 {
 public:
+    /// A piece of a picture, repeated from the origin of user space.
     /// @param source  stays the caller's, and is read when a shape is drawn after setPattern()
     /// @param tile    the piece of it; parts outside of the source are transparent
     /// @return null without memory

@@ -100,9 +100,11 @@ struct KxcPrimitivePoint
 class KXC_API KxcPrimitiveDrawPointSet
 {
 public:
+    /// An empty set. @param capacity  how many points to have room for; it grows
     /// @return null without memory; the caller deletes it
     static KxcPrimitiveDrawPointSet* create(KxcINT32 capacity);
 
+    /// Adds a point.
     /// @return the point's index, or -1 without memory
     KxcINT32 addPoint(const KxcVector2& point) { return m_points.add(point) ? m_points.count() - 1 : -1; }
     void clear() { m_points.clear(), m_scaled.clear(); }                         ///< removes all points
@@ -138,10 +140,11 @@ struct KxcPrimitiveDrawLine
 class KXC_API KxcPrimitiveDrawLineSet
 {
 public:
+    /// An empty set. @param capacity  how many edges to have room for; it grows
     /// @return null without memory; the caller deletes it
     static KxcPrimitiveDrawLineSet* create(KxcINT32 capacity);
 
-    /// @return 0 without memory
+    /// Adds an edge. @return 0 without memory
     KxcINT32 addLine(KxcINT32 from, KxcINT32 to) { return m_lines.add({from, to}); }
     void clear() { m_lines.clear(); }                          ///< removes all edges
     void truncate(KxcINT32 count) { m_lines.truncate(count); } ///< keeps the first `count` edges
@@ -185,6 +188,7 @@ public:
     KxcINT32 getFirstRow() const { return m_y; }          ///< of the grid
     KxcINT32 getRowCount() const { return m_rows; }       ///< rows that it reaches over
     KxcINT32 getDirection() const { return m_direction; } ///< +1 or -1, for the non-zero rule
+    /// Where the edge is in a row.
     /// @param row  0 for the first. @return the column in that row, with 16 fraction bits
     KxcINT64 getColumn(KxcINT32 row) const
     {
@@ -206,10 +210,11 @@ private:
 class KXC_API KxcPrimitiveDrawIndexedPrimitiveSet
 {
 public:
+    /// An empty set. @param capacity  how many pointers to have room for; it grows
     /// @return null without memory; the caller deletes it
     static KxcPrimitiveDrawIndexedPrimitiveSet* create(KxcINT32 capacity);
 
-    /// @return 0 without memory
+    /// Adds an edge, which stays the caller's. @return 0 without memory
     KxcINT32 addPrimitive(const KxcPrimitiveDrawIndexedPrimitive* primitive) { return m_primitives.add(primitive); }
     void clear() { m_primitives.clear(); }                     ///< removes all of them
     KxcINT32 getCount() const { return m_primitives.count(); } ///< edges

@@ -63,13 +63,14 @@ enum KXCARC : KxcUINT32
 class KXC_API KxcPrimitiveTranslator
 {
 public:
+    /// Makes a translator without renderer or target.
     /// @return null without memory; the caller deletes it
     static KxcPrimitiveTranslator* create();
     virtual ~KxcPrimitiveTranslator();
     KxcPrimitiveTranslator(const KxcPrimitiveTranslator&) = delete;
     KxcPrimitiveTranslator& operator=(const KxcPrimitiveTranslator&) = delete;
 
-    void setRenderTarget(KxcGLSurface* target); ///< null for none; a locked surface is drawn on once it is unlocked
+    void setRenderTarget(KxcGLSurface* target);                ///< null for none
     KxcGLSurface* getRenderTarget() const { return m_target; } ///< null at first
     void setRenderer(KxcPrimitiveDraw* renderer); ///< what rasterises; null draws nothing, but the core's has one
     /// Limits what is drawn on. @param clip  in pixels of the target; copied. Null for all of it

@@ -45,6 +45,7 @@ class KXC_API KxcResourceManager
 public:
     /// Registers a resource. @param size in bytes @return its handle, positive; -1 when memory runs out
     static KxcINT32 createResource(KxcResource* owner, KxcUINT32 size);
+    /// The same with a flag.
     /// @param flags  bit 0: resident, that is loaded now if it fits, and never evicted or removed
     static KxcINT32 createResource(KxcResource* owner, KxcUINT32 size, KxcUINT32 flags);
     /// The data, loaded first if need be, and kept until unlockResource. Locks do not nest.

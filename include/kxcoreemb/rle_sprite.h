@@ -77,6 +77,7 @@ public:
 
     // Drawing, within the clip rectangle and the target; a null clip is all of the target.
 
+    /// Draws the sprite with its offset from (x, y).
     /// @param type, value  a KXCBLEND_ and its strength 0..255. Translucent pixels count by their alpha; KXCBLEND_NONE
     ///                     lays the sprite over the target, and so does KXCBLEND_ALPHA with 255
     void blit(KxcGLSurface* target, const KxcRectangle* clip, KxcINT32 x, KxcINT32 y, KxcINT32 type,

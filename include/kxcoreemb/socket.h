@@ -106,7 +106,7 @@ public:
     ~KxcStreamSocket() override;
     using KxcSocket::open;
 
-    KxcINT32 bind(KxcAddress& local); ///< @return 0 or -1
+    KxcINT32 bind(KxcAddress& local); ///< to an address of this host. @return 0 or -1
     /// The first call notes the backlog for open() and answers 0; further calls listen at once.
     KxcINT32 listen(KxcINT32 backlog);
     /// Connects. @return 0, and the callback's actionReady(0) or actionFailed(-1) follows; -1 when that failed at once
@@ -114,8 +114,9 @@ public:
     /// Takes the next connection that arrives at `listening`, then actionReady(0) or actionFailed(-1). @return 0 or -1
     KxcINT32 open(KxcSocket& listening, KxcAsyncCallBack* callback);
 
-    KxcINT32 recv(char* buffer, KxcINT32 length, KxcINT32 flags);     ///< @return bytes; 0 at the end of the stream; -1
-    KxcINT32 send(const char* data, KxcINT32 length, KxcINT32 flags); ///< @return bytes, or -1
+    KxcINT32 recv(char* buffer, KxcINT32 length,
+                  KxcINT32 flags); ///< the bytes that came; 0 at the end of the stream; -1
+    KxcINT32 send(const char* data, KxcINT32 length, KxcINT32 flags); ///< the bytes that went, or -1
     /// From now on hands what arrives to the callback (actionReceive), until the stream ends (actionCancel) or breaks
     /// (actionFailed). @return 0, also when it already does; -1 when ten sockets are served
     KxcINT32 recv(KxcAsyncCallBack* callback);

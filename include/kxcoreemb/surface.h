@@ -37,6 +37,7 @@ enum KXCTRANSFORM : KxcUINT32
 class KXC_API KxcGLSurface
 {
 public:
+    /// Makes a surface.
     /// @param width, height  1 or more; a surface of more than 2^31 - 1 bytes is refused
     /// @param format  a KXCSURFACEFORMAT_ value; 0 stands for KXCSURFACEFORMAT_55X5
     /// @return null when an argument is refused or memory runs out; the pixels are undefined until something draws them
