@@ -42,7 +42,8 @@ endforeach()
 
 # Documents beside the examples that they link to, so that the links hold.
 install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN man EXCLUDE)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR}
+    FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.1")
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} PATTERN test.sh EXCLUDE)
 
 if(KXC_BUILD_EXAMPLES)

@@ -18,6 +18,8 @@ for program in moved/bin/*; do
     [[ -s moved/share/man/man1/${program##*/}.1 ]] || fail "no manual for $program"
 done
 
+quietly bash "$source/tests/docs/links.sh" moved/share/doc/kxcoreemb
+
 cp -r moved/share/doc/kxcoreemb/examples/template game
 version=$(sed -nE 's/#define KXC_VERSION_[A-Z]+ ([0-9]+).*/\1/p' moved/include/kxcoreemb/version.h | paste -sd.)
 libdir=$(dirname "$(find moved -name libkxcoreemb.a)")
