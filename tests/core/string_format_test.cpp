@@ -174,6 +174,17 @@ TEST(StringFormat, NeverWritesBeyondTheSizeAndStillTellsTheWholeLength)
         }
 }
 
+TEST(StringFormat, TakesTheCallersWordWhereNoSizeIsGiven)
+{
+    char room[16];
+    EXPECT_EQ(KxcStringToolkit::format(room, "%d-%s", 5, "x"), 4);
+    EXPECT_STREQ(room, "5-x");
+    const char* none = nullptr;
+    EXPECT_EQ(KxcStringToolkit::format(room, none), 0);
+    EXPECT_STREQ(room, "");
+    EXPECT_EQ(KxcStringToolkit::allocatedFormat(none), nullptr);
+}
+
 TEST(StringFormat, HugeWidthsCostNothingAndTheLengthSaturates)
 {
     char room[4];

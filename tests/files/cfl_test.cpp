@@ -32,6 +32,46 @@ TEST(ArchiveHash, GivesTheKnownValuesThatStoredNamesRestOn)
     EXPECT_EQ(KxcCFLDirectoryEntry::calcHash("data/logo.pcx"), -400486147);
 }
 
+TEST_F(Files, AreFoundByNameHoweverManyArchivesAreOpened)
+{
+    std::vector<std::pair<std::string, std::string>> first, second;
+    for (int i = 0; i < 150; ++i)
+    {
+        first.emplace_back("n" + std::to_string(i), "first");
+        second.emplace_back("n" + std::to_string(100 + i), "second");
+    }
+    putArchive("first.cfl", first);
+    putArchive("second.cfl", second);
+    for (int i = 0; i < 250; ++i)
+        EXPECT_EQ(entry(kxcCore->archives, ("n" + std::to_string(i)).c_str()), i < 100 ? "first" : "second") << i;
+    EXPECT_FALSE(kxcCore->archives->fileExists("n250"));
+}
+
+TEST_F(Files, HaveDirectoryEntriesThatAreStoredRestoredAndReplaced)
+{
+    typedef std::unique_ptr<KxcCFLDirectoryEntry> Entry;
+    putArchive("a.cfl", {{"one", "1"}, {"two", "22"}});
+    std::vector<INT8> records;
+    INT32 written = 0;
+    for (const KxcCFLDirectoryEntry* e = kxcCore->archives->getFirstEntry(); e; e = e->getNext())
+    {
+        records.resize(records.size() + static_cast<size_t>(e->byteRequirement()));
+        e->store(records.data(), written);
+    }
+    ASSERT_EQ(static_cast<size_t>(written), records.size());
+    INT32 read = 0;
+    const Entry a(KxcCFLDirectoryEntry::restore(records.data(), read));
+    Entry b(KxcCFLDirectoryEntry::restore(records.data(), read));
+    EXPECT_EQ(read, written);
+    const std::string names = std::string(a->getName()) + b->getName();
+    EXPECT_TRUE(names == "onetwo" || names == "twoone") << names;
+    EXPECT_TRUE(a->equals(a->getName(), KxcCFLDirectoryEntry::calcHash(a->getName())));
+    EXPECT_FALSE(a->equals(b->getName(), KxcCFLDirectoryEntry::calcHash(b->getName())) || a->equals(a->getName(), 0));
+    const INT32 size = b->getSize();
+    a->replaceEntry(b.release());
+    EXPECT_EQ(a->getSize(), size);
+}
+
 TEST_F(Files, InLaterArchivesOverrideThoseInEarlierOnes)
 {
     putArchive("a.cfl", {{"x", "old x"}, {"y", "y of a"}, {"Logo.tga", "upper"}, {"logo.tga", "lower"}, {"none", ""}});

@@ -128,6 +128,7 @@ TEST_F(Pipeline, StatesKeepTheirFormsAndRefuseWhatTheyDoNotTake)
     EXPECT_EQ(gl->getMatrix(4, m), -3);
     EXPECT_EQ(gl->validateBlendMode(5, 6), 0);
     EXPECT_EQ(gl->validateBlendMode(5, 1), -2);
+    EXPECT_EQ(gl->getTexture(), nullptr);
 }
 
 TEST_F(Pipeline, BlendStatesPickTheRowAndShadingTheSlot)

@@ -235,6 +235,13 @@ TEST_F(Textures, ShareLevelsWhereNameAndFlagsAreEqual)
     EXPECT_EQ(second->unlock(1), 0);
     EXPECT_EQ(level->lock(&pixels, 0, 0), 0);
 
+    // A third takes size and levels from the first, whose flags were corrected to its own.
+    auto third = load(name, KXCTEXTURE_LINEARMIP);
+    EXPECT_EQ(third->getPrimarySurfaceWidth() + third->getSurfaceCount(), 16 + first->getSurfaceCount());
+    EXPECT_EQ(third->lock(1), first->lock(1));
+    EXPECT_TRUE(third->unlock(1) && first->unlock(1));
+    third.reset();
+
     // The one whose builder made the levels goes; the other has them loaded again, by its own builder.
     const std::vector<UINT16> before = texels(*second, 1);
     first.reset();

@@ -2,7 +2,6 @@
 // compare depths.
 #include "files/file_support.h"
 #include "filler_support.h"
-#include "support/failing_new.h"
 
 #include <kxcoreemb/gl_fillers.h>
 
@@ -206,24 +205,6 @@ TEST(Variants, PresentTheirFramesInEveryOrientationAndMapThePointerThere)
                 write(gl->getSecondary(), id == kFSAA ? averaged(frame) : enlarged(frame, width, height));
                 EXPECT_EQ(presented(), screen);
             }
-}
-
-TEST(Variants, GiveUpCleanlyWithoutMemory)
-{
-    Engine engine(6, 4);
-    useAll();
-    for (UINT32 id : {kFSAA, kUpsample, kZBuffer})
-    {
-        int failures = 0;
-        for (std::unique_ptr<KxcGL> gl; !gl; ++failures)
-        {
-            failAllocationAfter(failures);
-            gl.reset(KxcGL::create(id, 0));
-            failAllocationAfter(-1);
-            EXPECT_EQ(kxcCore->device != nullptr, gl != nullptr);
-        }
-        EXPECT_GT(failures, 4) << id;
-    }
 }
 
 using ProfilerLog = Files;

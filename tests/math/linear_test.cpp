@@ -294,6 +294,10 @@ TEST_F(Linear, QuaternionsAgreeWithTheMatricesTheyTurnInto)
         EXPECT_TRUE(isNear(atOnce, back, 0));
         KxcMath::quaternionRotateVector(stepwise = q, {0, 5, 0}, b);
         EXPECT_TRUE(isNear(KxcMath::quaternionRotateY(atOnce = q, b), stepwise, 60));
+        EXPECT_TRUE(isNear(KxcMath::quaternionRotationY(back, b),
+                           KxcMath::quaternionRotateY(KxcMath::quaternionIdentity(r), b), 8));
+        EXPECT_TRUE(isNear(KxcMath::quaternionRotationZ(back, c),
+                           KxcMath::quaternionRotateZ(KxcMath::quaternionIdentity(r), c), 8));
         KxcMath::matrixRotationX(n, a);
         EXPECT_TRUE(isNear(KxcMath::matrixFromQuaternion(m, KxcMath::quaternionRotationX(back, a)),
                            {{{1, 0, 0}, {0, n.m[1][1], n.m[1][2]}, {0, n.m[2][1], n.m[2][2]}}}, 32));

@@ -100,6 +100,11 @@ TEST(Scheduler, GivesOutTheLowestIdOfTheConnectionType)
     EXPECT_EQ(scheduler->getRecentStateFrame(55, 0), nullptr);
     scheduler->removeRecentStateFrame(1001, 8);
     EXPECT_EQ(clients[1].removed, 8);
+
+    Messages messages;
+    EXPECT_EQ(scheduler->addDataReceiver(4, &messages), 1);
+    EXPECT_EQ(scheduler->getDataReceiver(4), &messages);
+    EXPECT_EQ(scheduler->getDataReceiver(5), nullptr);
 }
 
 TEST(Handler, ResizesItsTableAndTellsWhyNot)
@@ -174,36 +179,4 @@ TEST(DataServant, DeliversToTheReceiverOfTheIdElseToTheDefaultOne)
     failAllocationAfter(0);
     EXPECT_EQ(servant->addDataReceiver(1, &seven), 0);
     failAllocationAfter(-1);
-}
-
-TEST(Network, CreatesNothingHalfWayWhenMemoryRunsOut)
-{
-    Engine engine;
-    kxcUseNetwork();
-    const auto fails = [](auto create)
-    {
-        int failures = 0;
-        for (bool made = false; !made; ++failures)
-        {
-            failAllocationAfter(failures);
-            auto* object = create();
-            failAllocationAfter(-1);
-            made = object != nullptr;
-            delete object;
-        }
-        return failures - 1; // how many allocations could fail
-    };
-    EXPECT_EQ(fails([] { return KxcCommunicationScheduler::create(); }), 3);
-    EXPECT_EQ(fails([] { return KxcInetHandler::create(500, 500); }), 3);
-    EXPECT_EQ(fails([] { return KxcInetClientWin::create("127.0.0.1", 1, 5, 50); }), 4);
-    EXPECT_EQ(fails([] { return KxcObjectDataFrame::create(0, 50); }), 2);
-    EXPECT_EQ(fails([] { return KxcInetAdvertiser::create(KxcInetAddress(), "", 0); }), 2);
-    for (int failure = 0; failure < 6; ++failure)
-    {
-        std::unique_ptr<KxcInetHandler> handler(KxcInetHandler::create(500, 500));
-        failAllocationAfter(failure);
-        handler->openService();
-        failAllocationAfter(-1);
-        EXPECT_EQ(handler->getLastError(), KXCCOMMERROR_NOSERVICE) << failure;
-    }
 }

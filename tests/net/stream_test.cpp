@@ -51,10 +51,10 @@ struct Events : KxcAsyncCallBack
 struct Streams
 {
     Engine engine;
+    Events serverEvents, clientEvents; // live longer than the sockets that call them
     std::unique_ptr<KxcStreamSocket> listening{KxcStreamSocket::create()}, server{KxcStreamSocket::create()},
         client{KxcStreamSocket::create()};
     KxcInetAddress address;
-    Events serverEvents, clientEvents;
 
     Streams()
     {

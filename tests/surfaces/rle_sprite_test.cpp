@@ -2,7 +2,6 @@
 
 #include <kxcoreemb/rle_sprite.h>
 
-#include "support/failing_new.h"
 #include "support/pixel_reference.h"
 
 #include <gtest/gtest.h>
@@ -364,10 +363,4 @@ TEST(RLESprite, TakesOverAnEncodingAndRefusesOneThatLies)
         if (random)
             random->blit(target.get(), nullptr, 19 + round % 9, 2, round % 9, 200);
     }
-    for (int successes = 0; successes < 4; ++successes)
-    {
-        failAllocationAfter(successes);
-        EXPECT_FALSE(Sprite(KxcRLESprite::create(source.get(), 0xFF000000, 0))) << successes;
-    }
-    failAllocationAfter(-1);
 }

@@ -75,7 +75,7 @@ TEST_F(Paint, LinearGradientsFollowTheirLineThroughAllTransformations)
 
 TEST_F(Paint, RadialGradientsRunFromTheFocusToTheCircle)
 {
-    for (const Point focus : {Point{50, 30}, Point{60, 24}, Point{200, 30}})
+    for (const Point focus : {Point{50, 30}, Point{60, 24}, Point{200, 30}, Point{20000, 30}})
         for (const INT32 method : {KXCSPREAD_PAD, KXCSPREAD_REFLECT, KXCSPREAD_REPEAT})
         {
             const auto gradient =
@@ -84,7 +84,7 @@ TEST_F(Paint, RadialGradientsRunFromTheFocusToTheCircle)
             t->setFillGradient(gradient.get());
             fillThrough(m_identity, {{0, 0}, {100, 0}, {100, 60}, {0, 60}});
             const std::vector<UINT32> pixels = canvas.pixels();
-            const bool outside = focus.x == 200; // moved onto the circle, a hair within it
+            const bool outside = focus.x >= 200; // moved onto the circle, a hair within it
             const double fx = outside ? 65200 / 65536.0 : (focus.x - 50) / 20, fy = outside ? 0 : (focus.y - 30) / 20;
             for (int y = 1; y < 59; ++y)
                 for (int x = 1; x < 99; ++x)
@@ -142,6 +142,11 @@ TEST_F(Paint, GradientsWithoutALengthAreTheirLastColour)
         fillThrough(m_identity, {{0, 0}, {100, 0}, {100, 60}, {0, 60}});
         EXPECT_EQ(canvas.pixel(20, 20), 0xFFFFFFFFu) << method;
     }
+    const auto flat = greys(KxcPrimitiveDrawRadialGradientFiller::create(vec(30, 30), vec(30, 30), fixed(20)));
+    flat->setGradientTransformation(matrix(1, 1, 1, 1, 0, 0)); // which nothing can be led back through
+    t->setFillGradient(flat.get());
+    fillThrough(m_identity, {{0, 0}, {100, 0}, {100, 60}, {0, 60}});
+    EXPECT_EQ(canvas.pixel(30, 30), 0xFFFFFFFFu);
 }
 
 /// Pixels that tell where they come from.

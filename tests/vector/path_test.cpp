@@ -59,6 +59,12 @@ TEST_F(Path, DividesCurvesByTheirLengthOnTheSurface)
             t->quadraticCurveToAbsolute(0, 5, 5, 5);
         EXPECT_EQ(countEdges(), c.edges) << c.scale << (c.cubic ? " cubic" : " quadratic");
     }
+    t->setTransformation(matrix(10, 0, 0, 10, 0, 0));
+    t->setCurveSmoothLength(10); // pixels instead of 5
+    t->beginPath();
+    t->moveToAbsolute(0, 0);
+    t->curveToAbsolute(0, 3, 4, 3, 4, 0);
+    EXPECT_EQ(countEdges(), 10);
 }
 
 TEST_F(Path, FollowsCurvesAndTheirSmoothContinuations)

@@ -2,7 +2,6 @@
 #include "vector/span_kernels.h"
 #include "vector_support.h"
 
-#include "support/failing_new.h"
 #include "support/pixel_reference.h"
 
 #include <gtest/gtest.h>
@@ -256,33 +255,6 @@ TEST_F(Rasteriser, LaysColoursAndLooksThemUpAlikeOnEveryMachine)
             kxcSpanKernels().lookUp(fast.data(), count, table.data(), mask);
         }
         ASSERT_EQ(base, fast);
-    }
-}
-
-TEST_F(Rasteriser, SurvivesEveryAllocationThatFails)
-{
-    Canvas canvas(600, 600); // larger than the grid that there is
-    for (int successes = 0; successes < 40; ++successes)
-    {
-        canvas.surface->clear(0xFF000000);
-        std::unique_ptr<KxcPrimitiveTranslator> translator;
-        std::unique_ptr<KxcPrimitiveDraw> draw;
-        failAllocationAfter(successes);
-        draw.reset(KxcPrimitiveDraw::create(64, 64, 1, 1));
-        translator.reset(KxcPrimitiveTranslator::create());
-        if (draw && translator)
-        {
-            const KxcFixed dashes[2] = {fixed(5), fixed(3)};
-            translator->setDashArray(dashes, 2);
-            translator->setRenderTarget(canvas.surface.get());
-            translator->setRenderer(draw.get());
-            translator->beginPath();
-            translator->moveToAbsolute(10, 10);
-            for (int i = 0; i < 200; ++i)
-                translator->lineToAbsolute(10 + 2 * i, 10 + (i % 2) * 500);
-            translator->endPath();
-        }
-        failAllocationAfter(-1);
     }
 }
 
