@@ -30,7 +30,7 @@ int stopFailing()
 
 std::size_t takeLargestAllocation() { return s_largest.exchange(0); }
 
-static bool fails(std::size_t size)
+bool allocationFails(std::size_t size)
 {
     if (size > s_largest)
         s_largest = size;
@@ -44,9 +44,9 @@ static bool fails(std::size_t size)
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
-    return fails(size) ? nullptr : ::operator new(size);
+    return allocationFails(size) ? nullptr : ::operator new(size);
 }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
 {
-    return fails(size) ? nullptr : ::operator new[](size);
+    return allocationFails(size) ? nullptr : ::operator new[](size);
 }

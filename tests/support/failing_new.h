@@ -11,5 +11,8 @@ void failAllocationsFrom(int successes);
 /// How many failed since the last of these calls; none does any more.
 int stopFailing();
 
+/// Counts an allocation of another kind. @return whether it is to fail
+bool allocationFails(std::size_t size);
+
 /// The most bytes that one of them asked for since the last call.
 std::size_t takeLargestAllocation();
