@@ -1,20 +1,8 @@
 // fuzz_advert.cpp - reads an advertisement that is anything at all, and writes into it.
-#include <kxcoreemb/kxcoreemb.h>
+#include "fuzz.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
-
-namespace
-{
-
-void check(bool good)
-{
-    if (!good)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const UINT8* bytes, size_t size)
 {

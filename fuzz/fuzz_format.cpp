@@ -3,22 +3,15 @@
 // The input is a list of conversions: bytes that choose flags, width, precision, letter and room, then the argument.
 // What is written must be what measuring promised, cut at the room; and where a conversion means in the C library what
 // it means here, it must be what that prints.
-#include <kxcoreemb/kxcoreemb.h>
+#include "fuzz.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 
 namespace
 {
-
-void check(bool good)
-{
-    if (!good)
-        std::abort();
-}
 
 /// Takes the input apart; 0 when it is used up.
 struct Input

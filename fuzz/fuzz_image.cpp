@@ -1,8 +1,7 @@
 // fuzz_image.cpp - decodes a picture that is anything at all. Built once for each image filter, which KXC_FUZZ_NAME
 // picks.
-#include <kxcoreemb/kxcoreemb.h>
+#include "fuzz.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -14,31 +13,6 @@ long useFilters()
     kxcUseImageFilterTGA();
     kxcUseImageFilterPCX();
     return 0;
-}
-
-void check(bool good)
-{
-    if (!good)
-        std::abort();
-}
-
-KxcFile* openInput(const UINT8* bytes, size_t size)
-{
-    INT8* copy = new INT8[size];
-    if (size > 0)
-        memcpy(copy, bytes, size);
-    return KxcFile::open(KXC_FUZZ_NAME, copy, static_cast<UINT32>(size));
-}
-
-/// All of it must be there.
-template <class Value>
-void touch(const Value* values, size_t count)
-{
-    UINT32 sum = 0;
-    for (size_t i = 0; values && i < count; ++i)
-        sum += values[i];
-    volatile UINT32 used = sum;
-    static_cast<void>(used);
 }
 
 /// The front end, which opens files by their names.
@@ -63,17 +37,12 @@ struct FrontEnd : KxcImageLoader
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    embeddedInit(0, 0, useFilters, nullptr, nullptr);
-    std::atexit(embeddedDeinit);
-    return 0;
-}
+extern "C" int LLVMFuzzerInitialize(int*, char***) { return startCore(useFilters); }
 
 extern "C" int LLVMFuzzerTestOneInput(const UINT8* bytes, size_t size)
 {
     static KXC_FUZZ_FILTER* const filter = new KXC_FUZZ_FILTER; // the core's
-    KxcFile* file = openInput(bytes, size);
+    KxcFile* file = openInput(KXC_FUZZ_NAME, bytes, size);
     INT32 width = -1, height = -1, hasAlpha, isPaletted;
     filter->validateImage(KXC_FUZZ_NAME, file);
     filter->getImageInfo(KXC_FUZZ_NAME, file, &width, &height, &hasAlpha, &isPaletted);
@@ -91,6 +60,6 @@ extern "C" int LLVMFuzzerTestOneInput(const UINT8* bytes, size_t size)
     delete[] indices;
     file->close();
     if (colors)
-        FrontEnd::fill(filter, openInput(bytes, size), 1 + static_cast<INT32>(size % 10));
+        FrontEnd::fill(filter, openInput(KXC_FUZZ_NAME, bytes, size), 1 + static_cast<INT32>(size % 10));
     return 0;
 }

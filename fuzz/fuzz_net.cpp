@@ -2,11 +2,10 @@
 //
 // The input is a list of datagrams: a byte of their length, a byte of milliseconds that pass before, then the bytes.
 // Half of them come with a good header, so that the protocol behind it is reached. The clock is driven by the input.
-#include <kxcoreemb/kxcoreemb.h>
+#include "fuzz.h"
 
 #include "platform/platform.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -14,12 +13,6 @@ namespace
 {
 
 UINT32 g_nowMs = 1000;
-
-void check(bool good)
-{
-    if (!good)
-        std::abort();
-}
 
 /// Every byte that is handed over must be there.
 struct Reader : KxcDataReceiver, KxcUnknownSender
@@ -50,9 +43,7 @@ struct Client : KxcInetClientWin
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
     kxcPlatformClockHook = [] { return g_nowMs; };
-    embeddedInit(0, 0, nullptr, nullptr, nullptr);
-    std::atexit(embeddedDeinit);
-    return 0;
+    return startCore(nullptr);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const UINT8* bytes, size_t size)

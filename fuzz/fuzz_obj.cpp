@@ -1,20 +1,9 @@
 // fuzz_obj.cpp - reads a model that is anything at all with examples/model_viewer.
+#include "fuzz.h"
 #include "obj_file.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <sstream>
-
-namespace
-{
-
-void check(bool good)
-{
-    if (!good)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const UINT8* bytes, size_t size)
 {

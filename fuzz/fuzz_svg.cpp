@@ -1,16 +1,13 @@
 // fuzz_svg.cpp - reads a drawing that is anything at all with examples/svg_viewer, and draws it: the reader, and with
 // it paths, strokes, dashes and gradients of the library.
+#include "fuzz.h"
 #include "svg_drawing.h"
 
-#include <cstdlib>
 #include <memory>
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    const auto useVectorGraphics = []() -> long { return kxcUse2DVectorGraphics(), 0; };
-    embeddedInit(32, 32, useVectorGraphics, nullptr, nullptr);
-    std::atexit(embeddedDeinit);
-    return 0;
+    return startCore([]() -> long { return kxcUse2DVectorGraphics(), 0; });
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const UINT8* bytes, size_t size)

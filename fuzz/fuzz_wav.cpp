@@ -1,29 +1,15 @@
 // fuzz_wav.cpp - reads a sound that is anything at all with examples/player.
+#include "fuzz.h"
 #include "wav_file.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
-namespace
-{
-
-void check(bool good)
-{
-    if (!good)
-        std::abort();
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const UINT8* bytes, size_t size)
 {
-    INT8* copy = new INT8[size];
-    if (size > 0)
-        memcpy(copy, bytes, size);
     WavFile wav;
     std::string error;
-    if (!wav.open(KxcFile::open("input", copy, static_cast<UINT32>(size)), error))
+    if (!wav.open(openInput("input", bytes, size), error))
         check(!error.empty());
     else
     {

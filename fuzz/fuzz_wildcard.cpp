@@ -1,21 +1,14 @@
 // fuzz_wildcard.cpp - wildcard matching against a table of which parts match which, and the numbers that strings hold.
 //
 // The first byte tells how much of the input is the pattern.
-#include <kxcoreemb/kxcoreemb.h>
+#include "fuzz.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 namespace
 {
-
-void check(bool good)
-{
-    if (!good)
-        std::abort();
-}
 
 /// Whether the pattern's first i characters match the text's first k, for all of them, row by row.
 bool matches(const std::string& pattern, const std::string& text)
