@@ -189,7 +189,7 @@ bool readColor(std::string text, unsigned& rgb)
             if (!numbers.next(value))
                 return false;
             const double full = text.find('%') != std::string::npos ? 2.55 : 1;
-            rgb = rgb << 8 | unsigned(std::clamp(std::lround(value * full), 0L, 255L));
+            rgb = rgb << 8 | unsigned(std::lround(std::clamp(value * full, 0.0, 255.0)));
         }
         return true;
     }
