@@ -58,8 +58,8 @@ public:
     static void* memAlloc(KxcUINT32 size, KxcUINT32 flags);
     static void* memCalloc(KxcUINT32 count, KxcUINT32 size); ///< zeroed; count x size wraps at 2^32
     /// Gives a block another size, where it is if possible; what it holds moves with it, as far as it fits. A null
-    /// block is allocated, a size of 0 frees it. @return the block; null when the pool is exhausted: the old block
-    /// stays then
+    /// block is allocated, a size of 0 frees it. @return the block; null when the pool is exhausted, where the old
+    /// block stays, and for what is no block in use
     static void* memRealloc(void* block, KxcUINT32 size);
     /// Blocks outside the pool are taken for KxcCore::allocateSystemMemory's. @return 1; 0 for null and for free blocks
     static KxcINT32 memFree(void* block);

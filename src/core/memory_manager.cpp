@@ -155,11 +155,13 @@ void* KxcMemoryManager::memRealloc(void* block, UINT32 size)
     if (!manager)
         return nullptr;
     void* moved;
+    bool movable; // not a block that is free already, nor one of somebody else
     {
         const Lock lock(manager);
+        movable = !block || manager->doMemSize(block) != 0;
         moved = manager->doMemRealloc(block, size);
     }
-    if (!moved && size != 0)
+    if (!moved && size != 0 && movable)
         panicWhenAsked(size);
     return moved;
 }
