@@ -47,6 +47,7 @@ class CoreAllocations : public Files
 protected:
     CoreAllocations()
     {
+        std::filesystem::current_path(root); // where the log goes
         kxcUseCFLFilterZlib();
         put("there.txt", "text");
         put("a.cfl", archiveOf({{"stored.txt", "stored"}, {"both.txt", "x"}}));
@@ -55,6 +56,9 @@ protected:
         maker->store("packed.txt", bytes(text).get(), 500, 1);
         maker->finish(1);
     }
+    ~CoreAllocations() override { std::filesystem::current_path(previous); }
+
+    const std::filesystem::path previous = std::filesystem::current_path();
 };
 
 } // namespace
