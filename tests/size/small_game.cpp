@@ -21,7 +21,7 @@ size_t allocatedBytes()
 class SmallGame : public KxcApp, public KxcRenderer, public KxcInput
 {
 public:
-    SmallGame() : m_gl(KxcGL::create(0, 0))
+    SmallGame() : m_gl(KxcGL::create(0, 0)) // the device that is always there and has no fillers of its own
     {
         struct Corner
         {
@@ -71,7 +71,6 @@ size_t bytesBefore, bytesOfCore;
 long makeGame()
 {
     bytesOfCore = allocatedBytes() - bytesBefore;
-    kxcUseGLDefaultFSAA(); // the smallest device: it registers no fillers of its own
     return new SmallGame() == nullptr;
 }
 
