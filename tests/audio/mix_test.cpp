@@ -17,7 +17,7 @@ constexpr INT32 kPannings[] = {0, 1, 0x5555, 0x8000, 0xFFFF, 0x10000};
 std::mt19937 random;
 
 UINT32 below(UINT32 limit) { return std::uniform_int_distribution<UINT32>(0, limit - 1)(random); }
-INT32 below(size_t limit) { return static_cast<INT32>(below(static_cast<UINT32>(limit))); }
+INT32 intBelow(INT32 limit) { return static_cast<INT32>(below(static_cast<UINT32>(limit))); }
 
 /// Numbers of a layout: noise, with runs of both extremes.
 std::vector<UINT8> noise(INT32 samples)
@@ -100,11 +100,11 @@ TEST(Mixing, LoopsEndsAndStepsAcrossThemAreExactAtEveryPlace)
         c.quality = below(2u);
         c.step = below(3u) == 0 ? below(1u << 28) : below(200000u); // some jump over many loops at once
         c.volume = 0x9000, c.panning = 0x3000;
-        c.samples = 1 + below(size_t(below(4u) == 0 ? 2000 : 40));
-        c.loopStart = below(static_cast<size_t>(c.samples));
-        c.loopEnd = c.loopStart + 1 + below(static_cast<size_t>(c.samples - c.loopStart));
-        c.playhead = below(static_cast<size_t>(c.samples)); // behind a loop's end, too: it was moved
-        c.count = 1 + below(size_t(1300));
+        c.samples = 1 + intBelow(below(4u) == 0 ? 2000 : 40);
+        c.loopStart = intBelow(c.samples);
+        c.loopEnd = c.loopStart + 1 + intBelow(c.samples - c.loopStart);
+        c.playhead = intBelow(c.samples); // behind a loop's end, too: it was moved
+        c.count = 1 + intBelow(1300);
         c.loops = below(3u) != 0;
         expectAsTheModel(c);
         if (HasFatalFailure())
@@ -121,8 +121,8 @@ TEST(Mixing, TheLoopsForNewMachinesGiveTheBitsOfThePlainOnes)
     for (INT32 i = 0; i < 1500; ++i)
     {
         const UINT32 layout = below(8u), quality = below(2u), channels = below(2u);
-        const INT32 count = 1 + below(size_t(kKxcMixBlock));
-        const KxcMixSource source = {samples.data() + below(size_t(16)) * 4, below(65536u), below(8 * 65536u)};
+        const INT32 count = 1 + intBelow(kKxcMixBlock);
+        const KxcMixSource source = {samples.data() + intBelow(16) * 4, below(65536u), below(8 * 65536u)};
         INT16 block[kKxcMixBlock * 2], plainBlock[kKxcMixBlock * 2];
         fast.resample[quality][layout](block, source, count);
         kxcMixKernelsBase.resample[quality][layout](plainBlock, source, count);
@@ -130,7 +130,7 @@ TEST(Mixing, TheLoopsForNewMachinesGiveTheBitsOfThePlainOnes)
         ASSERT_EQ(std::memcmp(block, plainBlock, numbers * 2), 0) << layout << " step " << source.step;
 
         std::vector<UINT8> target = noise(kKxcMixBlock), plainTarget = target;
-        const INT32 volume = below(size_t(65537)), panning = below(size_t(65537));
+        const INT32 volume = intBelow(65537), panning = intBelow(65537);
         fast.mix[channels][layout](target.data(), reinterpret_cast<const INT16*>(samples.data()), count,
                                    {volume, 65536 - panning, panning});
         kxcMixKernelsBase.mix[channels][layout](plainTarget.data(), reinterpret_cast<const INT16*>(samples.data()),

@@ -219,7 +219,8 @@ TEST(CoreDeathTest, FailingInitFunctionIsReportedWithoutTeardown)
                 "\\[Kestrix/Windows\\|Application init returned non-zero value\\|0\\] make core alive");
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they need the address space themselves
+// Sanitizers need the address space themselves; the emulator does not limit it.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !defined(KXC_EMULATED)
 TEST(CoreDeathTest, StartUpMemoryProbePanicsWithTheGamesTextOrItsOwn)
 {
     const auto start = [](void (*prefs)(KxcAppPrefs&))
