@@ -14,6 +14,13 @@ extern "C"
         return allocationFails(size) ? MAP_FAILED : __real_mmap(at, size, protection, flags, file, offset);
     }
 
+    // The same, where long has 32 bits.
+    void* __real_mmap64(void* at, size_t size, int protection, int flags, int file, off64_t offset);
+    void* __wrap_mmap64(void* at, size_t size, int protection, int flags, int file, off64_t offset)
+    {
+        return allocationFails(size) ? MAP_FAILED : __real_mmap64(at, size, protection, flags, file, offset);
+    }
+
     void* __real_realloc(void* block, size_t size);
     void* __wrap_realloc(void* block, size_t size)
     {
