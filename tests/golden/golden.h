@@ -81,7 +81,7 @@ struct Noise
     }
     INT32 below(INT32 limit) { return static_cast<INT32>(next() % static_cast<UINT32>(limit)); }
     INT32 between(INT32 a, INT32 b) { return a + below(b - a); }
-    KxcFixed fixed(INT32 a, INT32 b) { return KxcFixed::fromRaw(between(a << 16, b << 16)); }
+    KxcFixed fixed(INT32 a, INT32 b) { return KxcFixed::fromRaw(between(a * 65536, b * 65536)); }
 
     std::minstd_rand engine{1};
 };
