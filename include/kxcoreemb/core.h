@@ -51,7 +51,8 @@ enum : KxcINT32
     KXCKEY_APP8 = 0xD008
 };
 
-/// Control codes: what keys mean to a game, through the mapping table.
+/// Control codes: what keys mean to a game, through the mapping table. At start-up the arrows are the directions,
+/// Return is button 1 and Space button 2; KxcCore::getControlMapping() tells the others.
 enum : KxcINT32
 {
     KXCCTRL_LEFT = 500,
@@ -195,8 +196,10 @@ public:
 
     /// Adds a resource archive to the engine's directory; its entries override those of earlier ones. @return 1, or 0
     static KxcINT32 openCFL(const char* name);
-    static void resetCFLDirectory();                    ///< forgets all archives
-    static void setFileOpenStrategy(KxcINT32 strategy); ///< a KXCFILE_ value; KXCFILE_DISK_FIRST at start-up
+    static void resetCFLDirectory(); ///< forgets all archives
+    /// Sets what KXCFILE_DEFAULT stands for, which is also how archives are found whenever something in them is read:
+    /// KXCFILE_CFL_ONLY leaves out those on disk. @param strategy  a KXCFILE_ value; KXCFILE_DISK_FIRST at start-up
+    static void setFileOpenStrategy(KxcINT32 strategy);
 
     /// Adds a (KXCCTRL_ code, key code) pair; a pair is never stored twice.
     static void mapControlCode(KxcINT32 control, KxcINT32 key);

@@ -109,8 +109,8 @@ public:
     static constexpr KxcINT32 kReceiverIdLength = 4; ///< bytes before the data
 
     /// A frame on its own; KxcClientCommWin::getPacketFrame() gives those that are sent.
-    /// @param size  bytes for the receiver id and the data, 4 or more @return null when it is refused or memory runs
-    /// out
+    /// @param size  bytes for the receiver id and the data, 4 or more
+    /// @return null when it is refused or memory runs out
     static KxcObjectDataFrame* create(KxcINT32 slot, KxcINT32 size);
     virtual ~KxcObjectDataFrame();
     KxcObjectDataFrame(const KxcObjectDataFrame&) = delete;

@@ -20,7 +20,7 @@ enum : KxcUINT32
     KXCFILE_DISK_FIRST = 1, ///< the disk, then the archives
     KXCFILE_CFL_FIRST = 2,  ///< the archives, then the disk
     KXCFILE_DISK_ONLY = 3,
-    KXCFILE_CFL_ONLY = 4
+    KXCFILE_CFL_ONLY = 4 ///< for single calls: see KxcCore::setFileOpenStrategy
 };
 
 /// An open file; this class itself is the file on disk, its subclasses override the virtual members.

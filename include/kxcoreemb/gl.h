@@ -41,33 +41,33 @@ struct KxcGLDeviceInfo
     const char* name;            ///< such as "ReferenceARM"
 };
 
-/// Render states, for setStateI and its kin.
+/// Render states, for setStateI and its kin. 0 at first, unless the list says otherwise.
 enum KXCGLSTATE : KxcINT32
 {
-    KXCGLSTATE_CLIPPING = 0,         ///< not 0: triangles are clipped where lighting is off (with it they always are)
+    KXCGLSTATE_CLIPPING = 0,         ///< not 0: clipped where lighting is off (with it always); 1 at first
     KXCGLSTATE_LIGHTING = 1,         ///< not 0: lights and material give the vertices their colours
-    KXCGLSTATE_SHADING = 2,          ///< a KXCGLSHADE_ value
-    KXCGLSTATE_CULLING = 3,          ///< a KXCGLCULL_ value
+    KXCGLSTATE_SHADING = 2,          ///< a KXCGLSHADE_ value; KXCGLSHADE_FLAT at first
+    KXCGLSTATE_CULLING = 3,          ///< a KXCGLCULL_ value; KXCGLCULL_NEGATIVE at first
     KXCGLSTATE_BLENDING = 4,         ///< not 0: by the factors of the next two
-    KXCGLSTATE_SOURCEBLEND = 5,      ///< a KXCGLFACTOR_ value
-    KXCGLSTATE_DESTBLEND = 6,        ///< likewise
-    KXCGLSTATE_SORTING = 7,          ///< a KXCGLSORT_ value
+    KXCGLSTATE_SOURCEBLEND = 5,      ///< a KXCGLFACTOR_ value; KXCGLFACTOR_ONE at first
+    KXCGLSTATE_DESTBLEND = 6,        ///< likewise; KXCGLFACTOR_ZERO
+    KXCGLSTATE_SORTING = 7,          ///< a KXCGLSORT_ value; KXCGLSORT_FARFIRST at first
     KXCGLSTATE_PERSPECTIVE = 8,      ///< not 0: textures are perspective-correct
     KXCGLSTATE_ORTHOGRAPHIC = 9,     ///< not 0: no division by w
     KXCGLSTATE_WIREFRAME = 10,       ///< not 0: only edges are drawn
     KXCGLSTATE_AMBIENT = 11,         ///< ambient light: the red byte of a 0x00RRGGBB colour
     KXCGLSTATE_SORTBIAS = 12,        ///< added to every vertex's depth for sorting
-    KXCGLSTATE_PERSPECTIVELIMIT = 16 ///< perspective-correct only where the nearest vertex's w is at most this
+    KXCGLSTATE_PERSPECTIVELIMIT = 16 ///< only where the nearest vertex's w is at most this; 9999 at first
 };
 enum : KxcINT32
 {
-    KXCGLSHADE_TEXTURE = 1, ///< the texture as it is
+    KXCGLSHADE_TEXTURE = 1, ///< the texture as it is; the only one that draws 5515 textures
     KXCGLSHADE_FLAT = 2,    ///< one colour a triangle
     KXCGLSHADE_GOURAUD = 4,
     KXCGLSHADE_GREYSCALEGOURAUD = 8, ///< one intensity, the colours' blue
 
-    KXCGLCULL_NEGATIVE = 4, ///< drops triangles whose winding value on the screen is at most 0
-    KXCGLCULL_POSITIVE = 8, ///< drops those whose value is at least 0
+    KXCGLCULL_NEGATIVE = 4, ///< drops triangles that are clockwise on the screen, or have no area
+    KXCGLCULL_POSITIVE = 8, ///< drops those that are counter-clockwise, or have none
     KXCGLCULL_NONE = 16,
 
     KXCGLFACTOR_ZERO = 1,
@@ -237,7 +237,8 @@ public:
     /// The same with (x, y) as the top left corner.
     KxcINT32 drawSprite2d2(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
                            KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, KxcUINT32 color);
-    /// In object space, through the matrices.
+    /// In object space, through the matrices, and culled as triangles are. The top lies where y is smaller: exchange
+    /// top and bottom where y grows upwards.
     KxcINT32 drawSprite3d(KxcFixed x, KxcFixed y, KxcFixed z, KxcFixed w, KxcFixed h, KxcFixed left, KxcFixed top,
                           KxcFixed right, KxcFixed bottom, const KxcMatrix4* matrix, KxcUINT32 color);
     /// The same, turned to face the camera.

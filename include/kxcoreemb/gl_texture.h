@@ -16,7 +16,7 @@ enum KXCTEXTURE : KxcINT32
     KXCTEXTURE_POINTMIP = 0x100,  ///< make smaller levels by taking every second texel
     KXCTEXTURE_LINEARMIP = 0x200, ///< make smaller levels by averaging 2 x 2 texels
     KXCTEXTURE_UNSHARED = 0x400,  ///< never share levels with another texture
-    KXCTEXTURE_COLORKEY = 0x800,  ///< texels of the key colour are transparent: a KXCSURFACEFORMAT_5515 texture
+    KXCTEXTURE_COLORKEY = 0x800,  ///< texels of the key colour are transparent: a 5515 texture, as of images with alpha
     KXCTEXTURE_LAZY = 0x1000,     ///< load at the first use, not at creation
     KXCTEXTURE_PALETTED = 0x2000, ///< keep a paletted image so, unless it has alpha or a colour key
 };
@@ -96,7 +96,7 @@ private:
 /// A chain of pictures for the renderer, each half as wide and high as the one before.
 ///
 /// Units      texels. The width is a power of two up to 256, the height a power of two, in every level.
-/// Formats    KXCSURFACEFORMAT_55X5, _5515 and _PALETTE8 can be drawn.
+/// Formats    KXCSURFACEFORMAT_55X5, _5515 and _PALETTE8 can be drawn; _5515 with KXCGLSHADE_TEXTURE only.
 /// Ownership  the game's: it deletes its textures, when no queued triangle uses them any more. A texture deletes its
 ///            builder.
 /// Failure    create() returns null for sizes that cannot be drawn and when memory runs out. A texture whose image

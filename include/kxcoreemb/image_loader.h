@@ -31,7 +31,7 @@ public:
     static void loadImageInfo(char const* name, KxcINT32* width, KxcINT32* height, KxcINT32* hasAlpha,
                               KxcINT32* isPaletted);
     static KxcUINT32* loadImage8888(char const* name); ///< getImage8888() of that filter; the caller's, delete[]
-    /// GetImagePaletted() of that filter; both arrays are the caller's, delete[].
+    /// The same with getImagePaletted(); both arrays are the caller's, delete[].
     static void loadImagePaletted(char const* name, unsigned char** palette, unsigned char** indices);
     /// A new surface. @param format  0: KXCSURFACEFORMAT_5515 for images with alpha, else KXCSURFACEFORMAT_55X5
     static KxcGLSurface* load(char const* name, KxcINT32 format);

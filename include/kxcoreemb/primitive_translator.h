@@ -120,9 +120,9 @@ public:
     /// How pointed corners may be. @param limit  those whose miter would be longer than this many half widths are
     /// bevelled; 4 at first
     void setMiterLimit(KxcFixed limit);
-    /// Cuts strokes into dashes. @param lengths  of dashes and gaps in turn, from the path's start through all
-    /// subpaths;
-    ///                 entries that are not positive are left out. Null, or a count below 1: no dashes. Copied
+    /// Cuts strokes into dashes.
+    /// @param lengths  of dashes and gaps in turn, from the path's start through all subpaths; entries that are not
+    ///                 positive are left out. Null, or a count below 1: no dashes. Copied
     void setDashArray(const KxcFixed* lengths, KxcINT32 count);
     void setDashOffset(KxcFixed offset); ///< where in the dash array the path starts
 

@@ -78,14 +78,14 @@ public:
     // --- drawing an image, in four families: as it is, blended, transformed, both ---
 
     /// @{
-    /// Draws an image as it is. Pixels that equal the source's enabled colour key leave the target as it is.
+    /// Draws an image as it is. Pixels that equal the source's enabled colour key leave the target as it is; what is
+    /// translucent by the source's alpha is laid over it.
     ///
     /// - source: another surface; drawn onto itself a surface stays as it is
     /// - x, y: where the top left corner goes; 0, 0 when not given
     /// - rect: the part of the source to draw, clipped to it; all of it when not given
-    /// - width, height: the size to scale to, by nearest neighbour; without them the part keeps its size, and where
-    /// only
-    ///   the width is given the height keeps the proportions of the whole source surface
+    /// - width, height: the size to scale to, by nearest neighbour; without them the part keeps its size, and with the
+    ///   width alone the height keeps the proportions of the whole source surface
     void drawImage(KxcGLSurface* source);
     void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y);
     void drawImage(KxcGLSurface* source, KxcINT32 x, KxcINT32 y, KxcINT32 width);
