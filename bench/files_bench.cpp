@@ -1,15 +1,19 @@
 // files_bench.cpp - archives: opening, looking up, reading, listing. The files are 1000 small and 20 large real ones.
+// Reading by name has two lines beside it: zlib on streams in memory, and zlib after opening a file for every stream.
 #include <kxcoreemb/kxcoreemb.h>
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
+#include <zlib.h>
 
 namespace fs = std::filesystem;
 
@@ -18,6 +22,7 @@ namespace
 
 constexpr char kRoot[] = "/usr/share"; // where the files are taken from
 constexpr char kArchive[] = "bench_files.cfl", kArchivePlain[] = "bench_files_plain.cfl"; // beside this program
+const std::string kStreams = fs::canonical("/proc/self/exe").string() + ".streams";       // the same files, bare zlib
 constexpr size_t kSmall = 1000, kLarge = 20;
 
 struct Scene
@@ -25,6 +30,13 @@ struct Scene
     std::vector<std::string> names, missing; // the small files, then the large ones
     std::vector<size_t> all, small, large;   // indices, shuffled
     INT64 smallBytes = 0, largeBytes = 0;
+    struct Stream
+    {
+        std::string bytes;
+        long offset; // in the file of streams
+        uLong size;  // of what it inflates to
+    };
+    std::vector<Stream> streams;
 
     static const Scene& get()
     {
@@ -43,6 +55,7 @@ private:
         pick(largeFiles, kLarge);
         smallFiles.insert(smallFiles.end(), largeFiles.begin(), largeFiles.end());
         // Entries are zlib streams of its level 6. The directory is stored as it is, and compressed.
+        std::ofstream streamFile(kStreams, std::ios::binary);
         KxcCFLMaker* makers[] = {KxcCFLMaker::create(kArchivePlain), KxcCFLMaker::create(kArchive)};
         for (const fs::path& path : smallFiles)
         {
@@ -52,6 +65,13 @@ private:
             names.push_back(path.lexically_relative(kRoot).string());
             missing.push_back(names.back() + "~");
             (names.size() <= kSmall ? smallBytes : largeBytes) += size;
+            uLong length = compressBound(bytes.size());
+            std::string stream(length, 0);
+            compress2(reinterpret_cast<Bytef*>(&stream[0]), &length, reinterpret_cast<const Bytef*>(bytes.data()),
+                      bytes.size(), 6);
+            stream.resize(length);
+            streams.push_back({stream, static_cast<long>(streamFile.tellp()), bytes.size()});
+            streamFile << stream;
             for (KxcCFLMaker* maker : makers)
                 maker->store(names.back().c_str(), reinterpret_cast<const INT8*>(bytes.data()), size, 1);
         }
@@ -175,6 +195,36 @@ void readEntries(benchmark::State& state, bool large)
     state.SetBytesProcessed(state.iterations() * (large ? scene.largeBytes : scene.smallBytes));
 }
 
+void readByZlib(benchmark::State& state, bool large, bool reopen)
+{
+    const Scene& scene = Scene::get();
+    std::unordered_map<std::string, size_t> index;
+    for (size_t i = 0; i < scene.names.size(); ++i)
+        index[scene.names[i]] = i;
+    std::vector<Bytef> inflated(6000000);
+    for (auto _ : state)
+        for (size_t i : large ? scene.large : scene.small)
+        {
+            const Scene::Stream& entry = scene.streams[index.find(scene.names[i])->second];
+            std::vector<char> stream;
+            const char* bytes = entry.bytes.data();
+            if (reopen)
+            {
+                std::FILE* file = std::fopen(kStreams.c_str(), "rb");
+                stream.resize(entry.bytes.size());
+                std::fseek(file, entry.offset, SEEK_SET);
+                if (std::fread(stream.data(), 1, stream.size(), file) != stream.size())
+                    state.SkipWithError("the file of streams is short");
+                std::fclose(file);
+                bytes = stream.data();
+            }
+            uLong size = entry.size;
+            if (uncompress(inflated.data(), &size, reinterpret_cast<const Bytef*>(bytes), entry.bytes.size()) != Z_OK)
+                state.SkipWithError("a stream is broken");
+        }
+    state.SetBytesProcessed(state.iterations() * (large ? scene.largeBytes : scene.smallBytes));
+}
+
 } // namespace
 
 BENCHMARK_CAPTURE(openAndMerge, plainDirectory, kArchivePlain);
@@ -184,4 +234,7 @@ BENCHMARK_CAPTURE(lookUp, hit, true);
 BENCHMARK_CAPTURE(lookUp, miss, false);
 BENCHMARK_CAPTURE(readEntries, small, false);
 BENCHMARK_CAPTURE(readEntries, large, true);
+BENCHMARK_CAPTURE(readByZlib, small, false, false);
+BENCHMARK_CAPTURE(readByZlib, large, true, false);
+BENCHMARK_CAPTURE(readByZlib, smallReopened, false, true);
 BENCHMARK(listMany)->Arg(1000)->Arg(10000);

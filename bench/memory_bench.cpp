@@ -2,7 +2,7 @@
 //
 // small    up to 72 bytes: lists of exact sizes
 // mixed    16 to 4096 bytes, log-uniform, in a pool a quarter larger than the most that is alive
-// worst    the longest single operation of the mixed trace, each at its best of five runs, in nanoseconds
+// worst    the longest single operation of the mixed trace, each at its best of five runs
 // merging  what every so many of them waits for: all free blocks of the mixed trace are merged
 #include <kxcoreemb/kxcoreemb.h>
 
@@ -104,8 +104,9 @@ void whole(benchmark::State& state, UINT32 largest)
             allocator.run(o);
     if (allocator.failed)
         state.SkipWithError("the pool was exhausted");
-    state.counters["operation"] = benchmark::Counter(
-        double(trace.operations.size()), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["ns/operation"] =
+        benchmark::Counter(double(trace.operations.size()) * 1e-9,
+                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 template <class A>
@@ -125,8 +126,8 @@ void worst(benchmark::State& state)
                 best[i] = std::min(best[i], time.count());
             }
     std::sort(best.begin(), best.end());
-    state.counters["longest"] = best.back();
-    state.counters["99.9%"] = best[best.size() - best.size() / 1000];
+    state.counters["longest_us"] = best.back() / 1000;
+    state.counters["99.9%_us"] = best[best.size() - best.size() / 1000] / 1000;
     state.counters["pool"] = trace.peak / 4 * 5;
 }
 

@@ -10,6 +10,19 @@
 #include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <malloc.h>
+#include <new>
+
+static INT64 s_allocations = 0; // of the library, which uses this operator new alone
+void* operator new(size_t size, const std::nothrow_t&) noexcept
+{
+    ++s_allocations;
+    return std::malloc(size);
+}
+void* operator new[](size_t size, const std::nothrow_t&) noexcept
+{
+    ++s_allocations;
+    return std::malloc(size);
+}
 
 namespace
 {
@@ -109,7 +122,7 @@ BENCHMARK(bareSocketCalls);
 void datagramsBothEnds(benchmark::State& state)
 {
     Pair pair;
-    const INT64 before = pair.counts[0].messages + pair.counts[1].messages;
+    const INT64 before = pair.counts[0].messages + pair.counts[1].messages, allocationsBefore = s_allocations;
     for (auto _ : state)
     {
         pair.send(0);
@@ -117,6 +130,7 @@ void datagramsBothEnds(benchmark::State& state)
         pair.run();
     }
     state.SetItemsProcessed(state.iterations() * 2);
+    state.counters["allocations"] = static_cast<double>(s_allocations - allocationsBefore);
     state.counters["messagesPerRun"] = static_cast<double>(pair.counts[0].messages + pair.counts[1].messages - before) /
                                        static_cast<double>(state.iterations());
 }
@@ -184,7 +198,7 @@ void latency(benchmark::State& state)
     DrivenClock clock;
     Engine engine;
     std::vector<UINT32> late;
-    INT64 repeats = 0, datagrams = 0, sent = 0;
+    INT64 repeats = 0, datagrams = 0, bytes = 0, sent = 0;
     for (auto _ : state)
     {
         for (UINT32 seed = 1; seed <= 8; ++seed)
@@ -223,6 +237,7 @@ void latency(benchmark::State& state)
                 link.runBoth();
             }
             datagrams += link.datagrams;
+            bytes += link.bytes;
             clock.advance(1000);
         }
     }
@@ -233,6 +248,7 @@ void latency(benchmark::State& state)
     state.counters["delivered"] = static_cast<double>(late.size()) / static_cast<double>(sent);
     state.counters["repeats"] = static_cast<double>(repeats) / static_cast<double>(sent);
     state.counters["datagramsPerMessage"] = static_cast<double>(datagrams) / static_cast<double>(sent);
+    state.counters["bytesPerMessage"] = static_cast<double>(bytes) / static_cast<double>(sent);
 }
 BENCHMARK(latency)->Arg(0)->Arg(1)->Arg(5)->Arg(20)->Arg(-1)->Iterations(1)->Unit(benchmark::kMillisecond);
 

@@ -2,7 +2,10 @@
 //
 // The folder holds tiger.txt and icons.txt (vector_scene.h tells the format); without it those scenes are skipped. Each
 // scene is drawn on PREMUL8888 and on 55X5. An iteration draws all of a scene once; drawings include clearing.
+// KXC_VECTOR_PICTURES=FOLDER has "pictures" write the tiger and every fifth icon there, to be compared with others'.
 #include "vector_scene.h"
+
+#include "picture_file.h"
 
 #include <benchmark/benchmark.h>
 
@@ -104,10 +107,15 @@ struct Stage
     std::unique_ptr<KxcGLSurface> surface;
 };
 
-void drawings(benchmark::State& state, const char* file)
+std::vector<Drawing> loadScene(const char* file)
 {
     const char* folder = std::getenv("KXC_VECTOR_SCENES");
-    const std::vector<Drawing> all = load(std::string(folder ? folder : ".") + "/" + file);
+    return load(std::string(folder ? folder : ".") + "/" + file);
+}
+
+void drawings(benchmark::State& state, const char* file)
+{
+    const std::vector<Drawing> all = loadScene(file);
     if (all.empty())
         return state.SkipWithError("no scene file: set KXC_VECTOR_SCENES to their folder");
     Stage stage(INT32(state.range(1)), INT32(state.range(0)));
@@ -115,6 +123,29 @@ void drawings(benchmark::State& state, const char* file)
         for (const Drawing& drawing : all)
             stage.draw(drawing);
     state.SetItemsProcessed(state.iterations() * INT64(all.size()));
+}
+
+/// Not a measurement: with KXC_VECTOR_PICTURES it writes PNG files.
+void pictures(benchmark::State& state, const char* file, const char* name)
+{
+    const char* folder = std::getenv("KXC_VECTOR_PICTURES");
+    const std::vector<Drawing> all = loadScene(file);
+    if (!folder || all.empty())
+        return state.SkipWithError("set KXC_VECTOR_SCENES and KXC_VECTOR_PICTURES to their folders");
+    const INT32 size = INT32(state.range(1));
+    Stage stage(size, INT32(state.range(0)));
+    for (auto _ : state)
+        for (size_t i = 0; i < all.size(); i += 5)
+        {
+            stage.draw(all[i]);
+            char path[1024];
+            std::snprintf(path, sizeof(path), name, folder, int(i));
+            void* pixels = nullptr;
+            stage.surface->lock(&pixels, KXCSURFACEFORMAT_8888, 0x200);
+            if (!kxcWritePicture(path, size, size, static_cast<const UINT32*>(pixels), false))
+                state.SkipWithError("a picture cannot be written");
+            stage.surface->unlock();
+        }
 }
 
 void polygons(benchmark::State& state, std::vector<Polygon> (*make)(), UINT8 opacity)
@@ -190,9 +221,17 @@ void atSizes(benchmark::internal::Benchmark* bench)
         (bench->Args({format, kSizes}), ...);
     bench->Unit(benchmark::kMillisecond);
 }
+template <INT32 kPicture>
+void picturesOf(benchmark::internal::Benchmark* bench)
+{
+    for (const INT32 format : {INT32(KXCSURFACEFORMAT_X888), INT32(KXCSURFACEFORMAT_55X5)})
+        bench->Args({format, kPicture})->Iterations(1);
+}
 
 BENCHMARK_CAPTURE(drawings, tiger, "tiger.txt")->Apply(atSizes<512>);
 BENCHMARK_CAPTURE(drawings, icons, "icons.txt")->Apply(atSizes<32, 256>);
+BENCHMARK_CAPTURE(pictures, tiger, "tiger.txt", "%s/tiger_512.png")->Apply(picturesOf<512>);
+BENCHMARK_CAPTURE(pictures, icons, "icons.txt", "%s/icon%03d_64.png")->Apply(picturesOf<64>);
 BENCHMARK_CAPTURE(polygons, triangles, triangles, 255)->Apply(onBothFormats);
 BENCHMARK(strokedCubics)->Apply(onBothFormats);
 BENCHMARK_CAPTURE(gradientCircles, linear, false)->Apply(onBothFormats);
