@@ -143,7 +143,8 @@ public:
     KxcINT32 getConnectionType() const { return connectionType; } ///< a KXCCONNECTION_ value: which handler serves it
     void setConnectionType(KxcINT32 type) { connectionType = type; }      ///< for classes of a game's own
     KxcINT32 getConnectionTimeout() const { return connectionTimeoutMs; } ///< in milliseconds
-    void setConnectionTimeout(KxcINT32 milliseconds) { connectionTimeoutMs = milliseconds; } ///< 0 at first
+    /// How long a peer may be silent. 0 at first, where every pause of a millisecond is reported to KxcClientLost.
+    void setConnectionTimeout(KxcINT32 milliseconds) { connectionTimeoutMs = milliseconds; }
     KxcINT32 getRtt() const { return rttMs; } ///< of the last probe, in milliseconds; 0 before the first was answered
     void setRtt(KxcINT32 milliseconds) { rttMs = milliseconds; } ///< in milliseconds; for classes of a game's own
     KxcINT32 getCommSpeed() const { return commSpeed; }          ///< as KxcCommunicationHandler::getConnectionSpeed
