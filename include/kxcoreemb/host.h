@@ -10,7 +10,7 @@ extern "C"
     /// @param width, height  the screen that the preferences start with, in pixels
     /// @param instance       the module handle; may be null
     /// @param showCommand    how the window is shown first; 0 hides it
-    /// @param appInit        makes the game's KxcApp and registers components; not 0 ends the process with a message and code 0
+    /// @param appInit        makes the game's KxcApp and registers components; not 0 ends the run: a message, code 0
     /// @param appPrefs       may adjust the preferences
     /// @param commandLine    copied; see KxcCore::getCommandlineString
     /// @return 0 when no window can be opened; else the parameter of the last message
