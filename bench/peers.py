@@ -29,6 +29,7 @@ def built(folder, *names):
 
 def output(*command, **environment):
     """What it prints, its errors aside; "" when it fails."""
+    os.makedirs(BUILT, exist_ok=True)
     done = subprocess.run(command, env={**os.environ, **environment}, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                           text=True, cwd=BUILT)
     return done.stdout if done.returncode == 0 else ""
