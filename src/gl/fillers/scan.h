@@ -28,18 +28,24 @@ constexpr INT64 kOneOverW = INT64(1) << 42; // q is this divided by 32 w
 /// From q back to 32 w.
 inline INT64 reciprocal(INT64 q) { return kOneOverW / (q ? q : 0x200000); }
 
-/// way / (32 * pixels), truncated, for 1 to 16 pixels: without a division where the way is not extreme.
-inline INT64 divideByRun(INT64 way, INT64 pixels)
+/// Divides two ways by 32 * pixels, truncated, for 1 to 16 pixels: without divisions where neither way is extreme.
+inline void divideByRun(INT64& u, INT64& v, INT64 pixels)
 {
     // 2^32 / pixels, rounded up: exact for quotients of up to 28 bits
     static constexpr UINT64 kReciprocals[] = {0,         UINT64(1) << 32, 1u << 31,  1431655766, 1u << 30,  858993460,
                                               715827883, 613566757,       1u << 29,  477218589,  429496730, 390451573,
                                               357913942, 330382100,       306783379, 286331154,  1u << 28};
-    const INT64 sign = way >> 63; // all ones or zero: no jump, it would often be predicted wrong
-    const UINT64 size = static_cast<UINT64>(subtract(way ^ sign, sign)) / 32;
-    if (size >> 28)
-        return way / (32 * pixels);
-    return (static_cast<INT64>(size * kReciprocals[pixels] >> 32) ^ sign) - sign;
+    const INT64 uSign = u >> 63, vSign = v >> 63; // all ones or zero: no jump, it would often be predicted wrong
+    const UINT64 uSize = static_cast<UINT64>(subtract(u ^ uSign, uSign)) / 32;
+    const UINT64 vSize = static_cast<UINT64>(subtract(v ^ vSign, vSign)) / 32;
+    if ((uSize | vSize) >> 28)
+    {
+        u /= 32 * pixels;
+        v /= 32 * pixels;
+        return;
+    }
+    u = (static_cast<INT64>(uSize * kReciprocals[pixels] >> 32) ^ uSign) - uSign;
+    v = (static_cast<INT64>(vSize * kReciprocals[pixels] >> 32) ^ vSign) - vSign;
 }
 
 /// For so many pixels, a channel with one of these gradients changes by less than half of what limitChannel leaves.
@@ -99,6 +105,14 @@ struct Scan
     /// Makes of them what is linear on the screen: q, which stands for 1 / w, and u and v times q.
     void divideByW(const KxcGLTriangle::Corners& record, const KxcVector4* vertices, INT64* u, INT64* v,
                    INT64* q) const;
+    /// Whether every row has less than so many pixels, and all of them lie on a target of this width: edges stay
+    /// between their corners, but for less than a pixel.
+    bool isSmall(INT32 targetWidth, INT32 pixels) const
+    {
+        const INT64 left = x[0] < x[1] ? x[0] : x[1], right = x[0] < x[1] ? x[1] : x[0];
+        const INT64 first = left < x[2] ? left : x[2], last = right < x[2] ? x[2] : right;
+        return first >= kOne && last <= (targetWidth - 1) * kOne && last - first < (pixels - 2) * kOne;
+    }
     /// By how much a value changes from one pixel to the next.
     INT64 gradient(const INT64* corners) const
     {

@@ -132,6 +132,9 @@ private:
     void rows(const kxcScan::Target& target)
     {
         const INT64 safeDistance = kxcScan::safeDistance(m_gradient, kChannels);
+        if constexpr (kMapping == Mapping::kPerspective)
+            if (safeDistance >= kRun && m_scan.isSmall(target.width, kRun))
+                return smallRows(target);
         INT64 skip = 0; // pixels at the row's left that are not on the target, or done
         kxcScan::forEachRow<kValues>(
             m_scan, m_corners, target.height,
@@ -146,6 +149,28 @@ private:
                 });
     }
 
+    /// Rows of less than kRun pixels, none of which can lie beside the target: what most triangles of a scene have.
+    void smallRows(const kxcScan::Target& target)
+    {
+        kxcScan::forEachRow<kValues>(
+            m_scan, m_corners, target.height,
+            [&](INT64 y, INT64 left, INT64 right, INT64 lead, const kxcScan::Slope* values)
+                __attribute__((always_inline)) {
+                    Channels channel;
+                    for (int c = 0; c < kChannels; ++c)
+                        channel.at[c] = atLeft(values, c, lead);
+                    perspectiveRow(target.pixels + y * target.width + left, right - left, channel,
+                                   atLeft(values, kQ, lead), atLeft(values, kU, lead), atLeft(values, kV, lead));
+                    return true;
+                });
+    }
+
+    /// A value at the first pixel of a row.
+    INT64 atLeft(const kxcScan::Slope* values, int i, INT64 lead) const
+    {
+        return add(values[i].value, scale(m_gradient[i], lead));
+    }
+
     /// At a pixel. Passed by value to what is not inlined, so that a row can keep it in registers.
     struct Channels
     {
@@ -157,11 +182,9 @@ private:
     __attribute__((always_inline)) void row(UINT16* pixels, INT64 left, INT64 right, INT64 begin, INT64 end, INT64 lead,
                                             const kxcScan::Slope* values)
     {
-        const auto atLeft = [&](int i) { return add(values[i].value, scale(m_gradient[i], lead)); };
-
         Channels channel;
         for (int c = 0; c < kChannels; ++c)
-            channel.at[c] = atLeft(c);
+            channel.at[c] = atLeft(values, c, lead);
         if (begin > left)
         {
             advance(channel, begin - left);
@@ -171,9 +194,11 @@ private:
         if constexpr (kMapping == Mapping::kPerspective)
         {
             if (end - begin == right - left && right - left < kRun) // most rows of small triangles
-                perspectiveRow(pixels + left, right - left, channel, atLeft(kQ), atLeft(kU), atLeft(kV));
+                perspectiveRow(pixels + left, right - left, channel, atLeft(values, kQ, lead), atLeft(values, kU, lead),
+                               atLeft(values, kV, lead));
             else
-                perspectiveRuns(pixels, left, right, begin, end, channel, atLeft(kQ), atLeft(kU), atLeft(kV));
+                perspectiveRuns(pixels, left, right, begin, end, channel, atLeft(values, kQ, lead),
+                                atLeft(values, kU, lead), atLeft(values, kV, lead));
         }
         else
         {
@@ -182,8 +207,8 @@ private:
             {
                 // Clipped pixels are stepped over in texels of the level, as the others are.
                 const UINT32 skipped = static_cast<UINT32>(begin - left);
-                u = static_cast<UINT32>(atLeft(kU) >> m_paint.level.level) + skipped * m_uStep;
-                v = static_cast<UINT32>(atLeft(kV) >> m_paint.level.level) + skipped * m_vStep;
+                u = static_cast<UINT32>(atLeft(values, kU, lead) >> m_paint.level.level) + skipped * m_uStep;
+                v = static_cast<UINT32>(atLeft(values, kV, lead) >> m_paint.level.level) + skipped * m_vStep;
             }
             addPiece(pixels + begin, end - begin, channel, u, v, m_uStep, m_vStep);
         }
@@ -202,14 +227,19 @@ private:
     /// 1 to kRun - 1 pixels, all of them on the target: what perspectiveRuns makes of them, without its generality.
     void perspectiveRow(UINT16* out, INT64 count, const Channels& channel, INT64 q, INT64 uq, INT64 vq)
     {
-        using kxcScan::divideByRun, kxcScan::subtract;
-        const INT64 endQ = add(q, multiply(m_gradient[kQ], count));
         const Texels start = texels(q, uq, vq);
-        const Texels end =
-            texels(endQ, add(uq, multiply(m_gradient[kU], count)), add(vq, multiply(m_gradient[kV], count)));
+        INT64 u = 0, v = 0; // to the end of the row
+        if (count > 1)
+        {
+            const INT64 endQ = add(q, multiply(m_gradient[kQ], count));
+            const Texels end =
+                texels(endQ, add(uq, multiply(m_gradient[kU], count)), add(vq, multiply(m_gradient[kV], count)));
+            u = kxcScan::subtract(end.u, start.u);
+            v = kxcScan::subtract(end.v, start.v);
+            kxcScan::divideByRun(u, v, count);
+        }
         addPiece(out, count, channel, static_cast<UINT32>(start.u >> 5), static_cast<UINT32>(start.v >> 5),
-                 static_cast<UINT32>(divideByRun(subtract(end.u, start.u), count)),
-                 static_cast<UINT32>(divideByRun(subtract(end.v, start.v), count)));
+                 static_cast<UINT32>(u), static_cast<UINT32>(v));
     }
 
     __attribute__((noinline)) void perspectiveRuns(UINT16* pixels, INT64 left, INT64 right, INT64 begin, INT64 end,
@@ -234,9 +264,12 @@ private:
         {
             step(length);
             const Texels stop = texels(q, uq, vq);
-            const INT64 uWay = kxcScan::subtract(stop.u, start.u), vWay = kxcScan::subtract(stop.v, start.v);
-            const UINT32 uStep = static_cast<UINT32>(length == kRun ? uWay >> 9 : kxcScan::divideByRun(uWay, length));
-            const UINT32 vStep = static_cast<UINT32>(length == kRun ? vWay >> 9 : kxcScan::divideByRun(vWay, length));
+            INT64 uWay = kxcScan::subtract(stop.u, start.u), vWay = kxcScan::subtract(stop.v, start.v);
+            if (length == kRun)
+                uWay >>= 9, vWay >>= 9;
+            else
+                kxcScan::divideByRun(uWay, vWay, length);
+            const UINT32 uStep = static_cast<UINT32>(uWay), vStep = static_cast<UINT32>(vWay);
             INT64 from = x - length;
             UINT32 u = static_cast<UINT32>(start.u >> 5), v = static_cast<UINT32>(start.v >> 5);
             if (from < begin)
