@@ -109,8 +109,8 @@ public:
     static void convertBuffer##Source##To##Target(void* source, void* target, KxcINT32 count);
     /// @endcond
     /// @{
-    /// What the lookups above choose from, by name: convertX888To565, convert1555ToPremul8888, convertPremul8888To5515
-    /// and so on for pixels, convertBufferX888To565 and so on for runs.
+    /// What the lookups above choose from, by name: convert565ToX888, convertX888To565, convert1555ToPremul8888,
+    /// convertPremul8888To5515 and so on for pixels, convertBuffer565ToX888 and so on for runs.
     KXC_FOR_EACH_CONVERSION(KXC_DECLARE_CONVERSION)
     /// @}
 #undef KXC_DECLARE_CONVERSION
