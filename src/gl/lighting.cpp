@@ -41,12 +41,11 @@ UINT32 channel(UINT32 color, INT32 shift) { return color >> shift & 255; }
 void KxcGLPipeline::lightVertex(LitVertex& vertex) const
 {
     KxcFixed sums[3] = {KxcFixed(0), KxcFixed(0), KxcFixed(0)}; // red, green, blue
-    for (INT32 i = 0; i < KxcGLRenderState::kLights; ++i)
+    for (UINT32 left = state.enabledLights; left != 0; left &= left - 1)
     {
+        const INT32 i = __builtin_ctz(left);
         const KxcGLLight& light = state.lights[i];
         KxcFixed weight(0);
-        if (!state.lightEnabled[i])
-            continue;
         if (light.type == KXCGLLIGHT_DIRECTIONAL)
         {
             const KxcFixed facing = dot(vertex.normal, state.lightCaches[i].direction);

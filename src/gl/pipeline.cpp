@@ -257,63 +257,33 @@ INT32 KxcGLPipeline::render(const KxcGLVertexBuffer* buffer, INT32 type, const V
     return type == KXCGLPRIMITIVE_CUSTOM ? renderCustomItems(call) : renderTriangles(call, type);
 }
 
-/// Walks the triangles of a list, strip or fan.
-INT32 KxcGLPipeline::renderTriangles(const Call& call, INT32 type)
+/// A new record, but for its colours and texture coordinates; null when memory runs out.
+inline KxcGLTriangle* KxcGLPipeline::queue(const KxcGLBatchState* batch, const INT32 (&screen)[3])
 {
-    const Vertices& p = call.vertices;
-    const INT32 triangles = type == KXCGLPRIMITIVE_LIST ? p.count / 3 : p.count - 2;
-    for (INT32 t = 0; t < triangles; ++t)
-    {
-        INT32 places[3] = {t, t + 1, t + 2};
-        if (type == KXCGLPRIMITIVE_LIST)
-            places[0] = 3 * t, places[1] = 3 * t + 1, places[2] = 3 * t + 2;
-        else if (type == KXCGLPRIMITIVE_FAN)
-            places[0] = 0;
-        else if (t & 1)
-            places[0] = t + 2, places[2] = t;
-        INT32 vertices[3];
-        bool covered = true;
-        for (INT32 i = 0; i < 3; ++i)
-        {
-            const INT64 vertex = p.at(places[i]);
-            covered = covered && call.covers(vertex);
-            vertices[i] = static_cast<INT32>(covered ? vertex : call.min) - call.min;
-        }
-        const INT32 status = covered ? renderTriangle(call, t, vertices) : 0;
-        if (status != 0)
-            return status;
-    }
-    return 0;
+    const KxcVector4 &a = m_screen[screen[0]], &b = m_screen[screen[1]], &c = m_screen[screen[2]];
+    const bool orthographic = state.isOn(KXCGLSTATE_ORTHOGRAPHIC);
+    const KxcFixed sum = orthographic ? a.z + b.z + c.z : a.w + b.w + c.w;
+    const KxcFixed limit = state.perspectiveLimit();
+    KxcGLTriangle* triangle = m_queue.add(state.keyBias() + static_cast<UINT32>(sum.raw()) + kKeyBase);
+    if (!triangle)
+        return nullptr;
+    for (INT32 i = 0; i < 3; ++i)
+        triangle->corners.vertex[i] = screen[i];
+    triangle->corners.perspective = !orthographic && (a.w <= limit || b.w <= limit || c.w <= limit);
+    triangle->batch = batch;
+    return triangle;
 }
 
-INT32 KxcGLPipeline::renderTriangle(const Call& call, INT32 record, const INT32 (&vertices)[3])
+/// The winding on the screen. Differences lose ten bits, so that the products fit 32.
+inline bool KxcGLPipeline::isCulled(const KxcVector4& a, const KxcVector4& b, const KxcVector4& c) const
 {
-    const INT32 a = m_work[vertices[0]].outcode, b = m_work[vertices[1]].outcode, c = m_work[vertices[2]].outcode;
-    if (a & b & c)
-        return 0;
-    const INT32 outcodes = a | b | c;
-    INT32 screen[3];
-    for (INT32 i = 0; i < 3; ++i)
-        screen[i] = call.firstScreen + vertices[i];
-    if (outcodes == 0 && isCulled(m_screen[screen[0]], m_screen[screen[1]], m_screen[screen[2]]))
-        return 0;
-    if (outcodes == 0)
-    {
-        KxcGLTriangle* triangle = queue(call.batch, screen);
-        if (!triangle)
-            return -4;
-        KxcGLTriangle::Corners& corners = triangle->corners;
-        gather(call, record, vertices, corners.color, corners.u, corners.v);
-        return 0;
-    }
-    UINT32 colors[3];
-    KxcFixed u[3], v[3];
-    gather(call, record, vertices, colors, u, v);
-    KxcGLPolygon polygon;
-    for (INT32 i = 0; i < 3; ++i)
-        polygon.vertices[i] = {m_work[vertices[i]].clip, colors[i], u[i], v[i]};
-    polygon.count = 3;
-    return queueClipped(call.batch, polygon, outcodes, true);
+    const INT32 culling = state.value(KXCGLSTATE_CULLING);
+    if (culling == KXCGLCULL_NONE)
+        return false;
+    const auto product = [](KxcFixed p, KxcFixed q)
+    { return static_cast<UINT32>(p.raw() >> 10) * static_cast<UINT32>(q.raw() >> 10); };
+    const INT32 value = static_cast<INT32>(product(c.y - b.y, a.x - b.x) - product(c.x - b.x, a.y - b.y));
+    return culling == KXCGLCULL_NEGATIVE ? value <= 0 : value >= 0;
 }
 
 /// Colours and texture coordinates of a triangle's corners; what the formats lack is 0.
@@ -344,6 +314,68 @@ inline void KxcGLPipeline::gather(const Call& call, INT32 record, const INT32 (&
             colors[i] = call.colors.first ? readAt<UINT32>(call.colors, call.min + vertices[i]) : 0;
     if (!hasVertexColors(call.batch->shading))
         colors[0] = colors[1] = colors[2] = averageColor(colors[0], colors[1], colors[2]);
+}
+
+inline INT32 KxcGLPipeline::renderTriangle(const Call& call, INT32 record, const INT32 (&vertices)[3])
+{
+    const INT32 a = m_work[vertices[0]].outcode, b = m_work[vertices[1]].outcode, c = m_work[vertices[2]].outcode;
+    const INT32 outcodes = a | b | c;
+    if (outcodes != 0)
+        return (a & b & c) != 0 ? 0 : clipTriangle(call, record, vertices, outcodes);
+    INT32 screen[3];
+    for (INT32 i = 0; i < 3; ++i)
+        screen[i] = call.firstScreen + vertices[i];
+    if (isCulled(m_screen[screen[0]], m_screen[screen[1]], m_screen[screen[2]]))
+        return 0;
+    KxcGLTriangle* triangle = queue(call.batch, screen);
+    if (!triangle)
+        return -4;
+    KxcGLTriangle::Corners& corners = triangle->corners;
+    gather(call, record, vertices, corners.color, corners.u, corners.v);
+    return 0;
+}
+
+/// A triangle that lies partly outside the view: apart, so that the way of the others is short.
+__attribute__((noinline)) INT32 KxcGLPipeline::clipTriangle(const Call& call, INT32 record, const INT32 (&vertices)[3],
+                                                            INT32 outcodes)
+{
+    UINT32 colors[3];
+    KxcFixed u[3], v[3];
+    gather(call, record, vertices, colors, u, v);
+    KxcGLPolygon polygon;
+    for (INT32 i = 0; i < 3; ++i)
+        polygon.vertices[i] = {m_work[vertices[i]].clip, colors[i], u[i], v[i]};
+    polygon.count = 3;
+    return queueClipped(call.batch, polygon, outcodes, true);
+}
+
+/// Walks the triangles of a list, strip or fan.
+INT32 KxcGLPipeline::renderTriangles(const Call& call, INT32 type)
+{
+    const Vertices& p = call.vertices;
+    const INT32 triangles = type == KXCGLPRIMITIVE_LIST ? p.count / 3 : p.count - 2;
+    for (INT32 t = 0; t < triangles; ++t)
+    {
+        INT32 places[3] = {t, t + 1, t + 2};
+        if (type == KXCGLPRIMITIVE_LIST)
+            places[0] = 3 * t, places[1] = 3 * t + 1, places[2] = 3 * t + 2;
+        else if (type == KXCGLPRIMITIVE_FAN)
+            places[0] = 0;
+        else if (t & 1)
+            places[0] = t + 2, places[2] = t;
+        INT32 vertices[3];
+        bool covered = true;
+        for (INT32 i = 0; i < 3; ++i)
+        {
+            const INT64 vertex = p.at(places[i]);
+            covered = covered && call.covers(vertex);
+            vertices[i] = static_cast<INT32>(covered ? vertex : call.min) - call.min;
+        }
+        const INT32 status = covered ? renderTriangle(call, t, vertices) : 0;
+        if (status != 0)
+            return status;
+    }
+    return 0;
 }
 
 /// Clips a polygon, projects what is left and queues it as a fan.
@@ -381,35 +413,6 @@ INT32 KxcGLPipeline::queueFan(const KxcGLBatchState* batch, const KxcGLPolygon& 
         }
     }
     return 0;
-}
-
-/// A new record, but for its colours and texture coordinates; null when memory runs out.
-KxcGLTriangle* KxcGLPipeline::queue(const KxcGLBatchState* batch, const INT32 (&screen)[3])
-{
-    const KxcVector4 &a = m_screen[screen[0]], &b = m_screen[screen[1]], &c = m_screen[screen[2]];
-    const bool orthographic = state.isOn(KXCGLSTATE_ORTHOGRAPHIC);
-    const KxcFixed sum = orthographic ? a.z + b.z + c.z : a.w + b.w + c.w;
-    const KxcFixed limit = state.perspectiveLimit();
-    KxcGLTriangle* triangle = m_queue.add(state.keyBias() + static_cast<UINT32>(sum.raw()) + kKeyBase);
-    if (!triangle)
-        return nullptr;
-    for (INT32 i = 0; i < 3; ++i)
-        triangle->corners.vertex[i] = screen[i];
-    triangle->corners.perspective = !orthographic && (a.w <= limit || b.w <= limit || c.w <= limit);
-    triangle->batch = batch;
-    return triangle;
-}
-
-/// The winding on the screen. Differences lose ten bits, so that the products fit 32.
-bool KxcGLPipeline::isCulled(const KxcVector4& a, const KxcVector4& b, const KxcVector4& c) const
-{
-    const INT32 culling = state.value(KXCGLSTATE_CULLING);
-    if (culling == KXCGLCULL_NONE)
-        return false;
-    const auto product = [](KxcFixed p, KxcFixed q)
-    { return static_cast<UINT32>(p.raw() >> 10) * static_cast<UINT32>(q.raw() >> 10); };
-    const INT32 value = static_cast<INT32>(product(c.y - b.y, a.x - b.x) - product(c.x - b.x, a.y - b.y));
-    return culling == KXCGLCULL_NEGATIVE ? value <= 0 : value >= 0;
 }
 
 /// Every vertex becomes an item that the game draws itself, wherever it lies.

@@ -84,6 +84,7 @@ private:
     void lightVertex(LitVertex& vertex) const;
     INT32 renderTriangles(const Call& call, INT32 type);
     INT32 renderTriangle(const Call& call, INT32 record, const INT32 (&vertices)[3]);
+    INT32 clipTriangle(const Call& call, INT32 record, const INT32 (&vertices)[3], INT32 outcodes);
     INT32 renderCustomItems(const Call& call);
     void gather(const Call& call, INT32 record, const INT32 (&vertices)[3], UINT32 (&colors)[3], KxcFixed (&u)[3],
                 KxcFixed (&v)[3]);

@@ -227,7 +227,8 @@ INT32 KxcGLRenderState::enableLight(INT32 index, INT32 enable)
 {
     if (index < 0 || index >= kLights)
         return -3;
-    lightEnabled[index] = enable == 1;
+    const UINT32 bit = 1u << index;
+    enabledLights = enable == 1 ? enabledLights | bit : enabledLights & ~bit;
     return 0;
 }
 
@@ -242,7 +243,7 @@ void KxcGLRenderState::refreshLightCaches()
     for (INT32 i = 0; i < kLights; ++i)
     {
         KxcGLLightCache& cache = lightCaches[i];
-        if (!lightEnabled[i] || (cache.valid && cache.matrixCounter == matrixCounter))
+        if (!(enabledLights >> i & 1) || (cache.valid && cache.matrixCounter == matrixCounter))
             continue;
         const KxcVector3 &position = lights[i].position, &direction = lights[i].direction;
         const KxcVector3 ahead = {position.x + direction.x, position.y + direction.y, position.z + direction.z};

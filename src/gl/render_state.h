@@ -45,7 +45,7 @@ public:
     KxcMatrix4 world, view, projection, worldViewProjection;
     UINT32 matrixCounter = 1; // counts changes of the matrices
     KxcGLLight lights[kLights];
-    bool lightEnabled[kLights] = {};
+    UINT32 enabledLights = 0; // a bit each
     KxcGLLightCache lightCaches[kLights] = {};
     KxcGLMaterial material = {0x00FFFFFF, 0, 0, 0, 0};
     KxcGLViewport viewport = {};
