@@ -24,6 +24,7 @@ struct Fillers : testing::Test
     std::minstd_rand random{1};
     KxcVector4 vertices[3] = {};
     KxcGLTriangle triangle = {};
+    INT32 width = kWidth, height = kHeight; // of the target
 
     INT32 below(INT32 n) { return static_cast<INT32>(random() >> 4) % n; }
     INT32 between(INT32 a, INT32 b) { return a + static_cast<INT32>((INT64(random()) * (INT64(b) - a)) >> 31); }
@@ -36,7 +37,7 @@ struct Fillers : testing::Test
     }
     void makeTriangle(int shape)
     {
-        const INT32 centerX = between(-0x80000, (kWidth + 8) << 16), centerY = between(-0x80000, (kHeight + 8) << 16);
+        const INT32 centerX = between(-0x80000, (width + 8) << 16), centerY = between(-0x80000, (height + 8) << 16);
         const INT32 reach = shape == 0 ? 60 << 16 : shape == 1 ? 2 << 16 : shape == 2 ? 9 << 16 : 9000 << 16;
         for (int i = 0; i < 3; ++i)
         {
@@ -51,13 +52,31 @@ struct Fillers : testing::Test
                 triangle.corners.color[i] |= UINT32(below(3) ? below(256) : 255 * below(2)) << 8 * c;
         }
     }
+    /// Draws the triangle over noise. @return whether it shows; fails where that is not what the formulas say
+    bool compare(const FillerKind& kind, const std::vector<reference::Picture>& pictures, const std::string& what)
+    {
+        std::vector<UINT16> noise(static_cast<size_t>(width * height));
+        for (UINT16& pixel : noise)
+            pixel = static_cast<UINT16>(random() >> 8);
+        setFrame(noise);
+        kind.registered()(&triangle, vertices);
+        std::vector<UINT16> expected = noise;
+        reference::draw(kind, triangle, vertices, pictures, width, height, expected);
+        const std::vector<UINT16> got = frame();
+        const auto wrong = std::mismatch(got.begin(), got.end(), expected.begin());
+        if (wrong.first != got.end())
+            ADD_FAILURE() << kind.name << ", " << what << ": pixel " << (wrong.first - got.begin()) % width << ", "
+                          << (wrong.first - got.begin()) / width << " is " << std::hex << *wrong.first << ", not "
+                          << *wrong.second;
+        return expected != noise;
+    }
     std::vector<UINT16> frame()
     {
         void* pixels;
         gl->getSecondary()->lock(&pixels, 0, 0);
         const UINT16* first = static_cast<UINT16*>(pixels);
         gl->getSecondary()->unlock();
-        return {first, first + kWidth * kHeight};
+        return {first, first + width * height};
     }
     void setFrame(const std::vector<UINT16>& picture)
     {
@@ -74,13 +93,9 @@ TEST_F(Fillers, DrawWhatTheirFormulasSay)
 {
     ASSERT_EQ(fillerKinds().size(), 84u);
     constexpr INT32 kFormats[] = {0, KXCSURFACEFORMAT_55X5, KXCSURFACEFORMAT_5515, KXCSURFACEFORMAT_PALETTE8};
-    std::vector<UINT16> noise(kWidth * kHeight), expected;
-    for (UINT16& pixel : noise)
-        pixel = static_cast<UINT16>(random() >> 8);
     for (const FillerKind& kind : fillerKinds())
     {
         kind.use();
-        const KxcGLFiller filler = kind.registered();
         int drawn = 0;
         for (const auto& size : {std::array<INT32, 3>{64, 128, 6}, {256, 16, 2}, {1, 2, 1}})
         {
@@ -93,22 +108,40 @@ TEST_F(Fillers, DrawWhatTheirFormulasSay)
                 for (int i = 0; i < (size[0] == 64 ? kTriangles : 5); ++i)
                 {
                     makeTriangle(shape);
-                    setFrame(noise);
-                    filler(&triangle, vertices);
-                    expected = noise;
-                    reference::draw(kind, triangle, vertices, pictures, kWidth, kHeight, expected);
-                    drawn += expected != noise;
-                    const std::vector<UINT16> got = frame();
-                    const auto wrong = std::mismatch(got.begin(), got.end(), expected.begin());
-                    ASSERT_TRUE(wrong.first == got.end())
-                        << kind.name << ", texture " << size[0] << ", shape " << shape << ", triangle " << i
-                        << ": pixel " << (wrong.first - got.begin()) % kWidth << ", "
-                        << (wrong.first - got.begin()) / kWidth << " is " << std::hex << *wrong.first << ", not "
-                        << *wrong.second;
+                    drawn += compare(kind, pictures,
+                                     "texture " + std::to_string(size[0]) + ", shape " + std::to_string(shape));
+                    ASSERT_FALSE(HasFailure());
                 }
         }
         EXPECT_GT(drawn, kTriangles * 3 / 2) << kind.name;
         kxcCore->textureCache.release();
+    }
+}
+
+TEST_F(Fillers, DrawOnTargetsOfFewPixels)
+{
+    constexpr INT32 kFormats[] = {0, KXCSURFACEFORMAT_55X5, KXCSURFACEFORMAT_5515, KXCSURFACEFORMAT_PALETTE8};
+    for (const auto& size : {std::array<INT32, 2>{2, 1}, {2, 30}, {4, 9}, {6, 5}, {10, 3}, {18, 4}, {20, 20}})
+    {
+        const std::unique_ptr<KxcGLSurface> target(KxcGLSurface::create(size[0], size[1], KXCSURFACEFORMAT_55X5));
+        ASSERT_TRUE(gl->setRenderTarget(target.get()));
+        width = size[0], height = size[1];
+        for (const FillerKind& kind : fillerKinds())
+        {
+            kind.use();
+            NoiseBuilder* builder = kind.column() ? new NoiseBuilder(16, 32, 3, kFormats[kind.column()]) : nullptr;
+            const std::unique_ptr<KxcGLTexture> texture(KxcGLTexture::create(builder, 0));
+            const auto pictures = builder ? builder->pictures() : std::vector<reference::Picture>();
+            kxcCore->textureCache.select(texture.get());
+            for (int i = 0; i < 12; ++i)
+            {
+                makeTriangle(1 + i % 2);
+                compare(kind, pictures, "target " + std::to_string(width) + " x " + std::to_string(height));
+            }
+            kxcCore->textureCache.release();
+        }
+        ASSERT_FALSE(HasFailure());
+        gl->setRenderTarget(nullptr);
     }
 }
 

@@ -37,90 +37,137 @@ __attribute__((always_inline)) inline Lanes blendPixels(const Paint& paint, Lane
     return out;
 }
 
-/// Fetches texels. A piece has its own, so that the compiler can keep all of it in registers.
+/// Reads texels of a level. Every drawer has its own copy of all it needs, so that the compiler can keep it in
+/// registers.
 template <class Texel>
-struct Sampler
+class Sampler
 {
-    kxcScan::Level level;
-    WideLanes u, v, uStep, vStep; // half a batch
-
-    Sampler(const kxcScan::Level& of, const Piece& piece)
-        : level(of),
-          uStep(broadcastWide(piece.uStep)),
-          vStep(broadcastWide(piece.vStep))
+public:
+    explicit Sampler(const KxcGLTexels* of)
+        : m_palette(of->palette),
+          m_texels(of->texels),
+          m_uMask(broadcastWide(of->uMask)),
+          m_vMask(broadcastWide(of->vMask)),
+          m_vShift(of->vShift)
     {
-        std::memcpy(&u, piece.u, sizeof(u));
-        std::memcpy(&v, piece.v, sizeof(v));
     }
-    /// @param count  how many of the batch matter: small triangles have few
-    __attribute__((always_inline)) Lanes fetch(INT32 count) const
+    WideLanes indices(WideLanes u, WideLanes v) const { return ((v & m_vMask) >> m_vShift) + (u >> 16 & m_uMask); }
+    template <class Piece>
+    WideLanes firstIndices(const Piece& piece) const
     {
-        const auto indices = [&](WideLanes uHalf, WideLanes vHalf) __attribute__((always_inline))
-        {
-            return ((vHalf & level.vMask) >> level.vShift) + (uHalf >> 16 & level.uMask);
-        };
-        const auto texel = [&](UINT32 i) __attribute__((always_inline))
-        {
-            return Texel::fetch(level.palette, level.texels, i);
-        };
-        const WideLanes i = indices(u, v);
-        Lanes texels = {texel(i[0]), texel(i[1]), texel(i[2]), texel(i[3])};
-        if (count > kLanes / 2)
-        {
-            const WideLanes j = indices(u + (uStep << 2), v + (vStep << 2));
-            for (int k = 0; k < kLanes / 2; ++k)
-                texels[kLanes / 2 + k] = texel(j[k]);
-        }
+        return indices(loadWide(piece.u), loadWide(piece.v));
+    }
+    Lanes fetch(WideLanes i) const { return reinterpret_cast<Lanes>(Halves{four(i), 0}); }
+    /// Half of them go by way of a word, half straight into the vector, which keeps more of the processor busy.
+    Lanes fetch(WideLanes i, WideLanes j) const
+    {
+        const Halves words = reinterpret_cast<Halves>(j);
+        Lanes texels = fetch(i);
+        for (int k = 0; k < kLanes / 2; ++k)
+            texels[kLanes / 2 + k] = static_cast<UINT16>(at(words[k / 2] >> 32 * (k % 2)));
         return texels;
     }
-    void advance()
+
+private:
+    UINT64 four(WideLanes indices) const
     {
-        u += uStep << 3;
-        v += vStep << 3;
+        const Halves i = reinterpret_cast<Halves>(indices);
+        return at(i[0]) | at(i[0] >> 32) << 16 | at(i[1]) << 32 | at(i[1] >> 32) << 48;
     }
+    UINT64 at(UINT64 index) const { return Texel::fetch(m_palette, m_texels, static_cast<UINT32>(index)); }
+
+    const UINT16* const m_palette;
+    const void* const m_texels;
+    const WideLanes m_uMask, m_vMask;
+    const UINT32 m_vShift;
 };
 
 template <>
-struct Sampler<TexelNone>
+class Sampler<TexelNone>
 {
-    Sampler(const kxcScan::Level&, const Piece&) {}
-    Lanes fetch(INT32) const { return Lanes{}; }
-    void advance() {}
+public:
+    explicit Sampler(const KxcGLTexels*) {}
+    WideLanes indices(WideLanes, WideLanes) const { return WideLanes{}; }
+    template <class Piece>
+    WideLanes firstIndices(const Piece&) const
+    {
+        return WideLanes{};
+    }
+    Lanes fetch(WideLanes) const { return Lanes{}; }
+    Lanes fetch(WideLanes, WideLanes) const { return Lanes{}; }
 };
 
-/// Works on whole batches, and writes back what was there behind the last pixel of a piece.
+/// What a filler does for the pixels of small triangles: half a batch from one row, half from another.
+template <class Shade, class Texel, class Blend>
+void drawShortPieces(const Paint& paint, const ShortPiece* piece, const ShortPiece* end)
+{
+    constexpr int kChannels = Shade::kChannels + kGouraudAlpha<Shade, Blend>;
+    const Sampler<Texel> sampler(paint.texels);
+    ChannelRamp ramp[kChannels + 1];
+    for (int c = 0; c < kChannels; ++c)
+        ramp[c] = ChannelRamp::halves(paint.gradient[c]);
+    for (; piece < end; piece += 2)
+    {
+        const ShortPiece &a = piece[0], &b = piece + 1 < end ? piece[1] : a; // drawing one twice changes nothing
+        Lanes light[kChannels + 1];
+        for (int c = 0; c < kChannels; ++c)
+        {
+            const WideLanes first = {a.channel[c], a.channel[c], b.channel[c], b.channel[c]};
+            light[c] = topFiveBits(ramp[c].even + first, ramp[c].odd + first);
+        }
+        const Lanes texels = sampler.fetch(sampler.firstIndices(a), sampler.firstIndices(b));
+        const Lanes old = loadHalves(a.out, b.out);
+        const Lanes mask = loadHalves(kLaneMasks + kLanes - a.count, kLaneMasks + kLanes - b.count);
+        storeHalves(a.out, b.out, select(mask, blendPixels<Shade, Texel, Blend>(paint, texels, light, old), old));
+    }
+}
+
+/// What it does for others: works on whole batches, and writes back what was there behind the last pixel of a piece.
 template <class Shade, class Texel, class Blend>
 void drawPieces(const Paint& given, const Piece* pieces, const Piece* end)
 {
     const Paint paint = given; // for the compiler, which has to expect that stores to the target change the given one
     constexpr int kChannels = Shade::kChannels + kGouraudAlpha<Shade, Blend>;
     constexpr bool kReadsTarget = Blend::kBlends || Texel::kCutOut;
+    const Sampler<Texel> sampler(paint.texels);
+    ChannelRamp ramp[kChannels + 1];
+    WideLanes batchSteps[kChannels + 1];
+    for (int c = 0; c < kChannels; ++c)
+    {
+        ramp[c] = ChannelRamp::whole(paint.gradient[c]);
+        batchSteps[c] = broadcastWide(kLanes * paint.gradient[c]);
+    }
     for (; pieces < end; ++pieces)
     {
-        Sampler<Texel> sampler(paint.level, *pieces);
-        WideLanes even[kChannels + 1], odd[kChannels + 1];
+        const WideLanes uStep = broadcastWide(pieces->uStep), vStep = broadcastWide(pieces->vStep);
+        WideLanes u = loadWide(pieces->u), v = loadWide(pieces->v), even[kChannels + 1], odd[kChannels + 1];
         for (int c = 0; c < kChannels; ++c)
         {
-            even[c] = paint.ramp[c].even + pieces->channel[c];
-            odd[c] = paint.ramp[c].odd + pieces->channel[c];
+            even[c] = ramp[c].even + pieces->channel[c];
+            odd[c] = ramp[c].odd + pieces->channel[c];
         }
         const auto batch = [&](INT32 size, Lanes old) __attribute__((always_inline))
         {
             Lanes light[kChannels + 1];
             for (int c = 0; c < kChannels; ++c)
                 light[c] = topFiveBits(even[c], odd[c]);
-            return blendPixels<Shade, Texel, Blend>(paint, sampler.fetch(size), light, old);
+            const WideLanes first = sampler.indices(u, v);
+            const Lanes texels = size > kLanes / 2
+                                     ? sampler.fetch(first, sampler.indices(u + (uStep << 2), v + (vStep << 2)))
+                                     : sampler.fetch(first);
+            return blendPixels<Shade, Texel, Blend>(paint, texels, light, old);
         };
         UINT16* out = pieces->out;
         INT32 left = pieces->count;
         for (; left >= kLanes; left -= kLanes, out += kLanes)
         {
             store(out, batch(kLanes, kReadsTarget ? load(out) : Lanes{}));
-            sampler.advance();
+            u += uStep << 3;
+            v += vStep << 3;
             for (int c = 0; c < kChannels; ++c)
             {
-                even[c] += paint.ramp[c].batch;
-                odd[c] += paint.ramp[c].batch;
+                even[c] += batchSteps[c];
+                odd[c] += batchSteps[c];
             }
         }
         if (left == 0)

@@ -16,7 +16,8 @@ void fillTriangle(const KxcGLTriangle* triangle, const KxcVector4* vertices)
     constexpr Mapping kMapping = !Texel::kTextured ? Mapping::kNone
                                  : kPerspective    ? Mapping::kPerspective
                                                    : Mapping::kAffine;
-    Walk<Shade::kChannels, kGouraudAlpha<Shade, Blend>, kMapping> walk(Texel::kFormat, drawPieces<Shade, Texel, Blend>);
+    constexpr Drawer kDrawer = {drawPieces<Shade, Texel, Blend>, drawShortPieces<Shade, Texel, Blend>};
+    Walk<Shade::kChannels, kGouraudAlpha<Shade, Blend>, kMapping> walk(Texel::kFormat, kDrawer);
     walk.triangle(triangle->corners, vertices);
 }
 

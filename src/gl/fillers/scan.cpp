@@ -7,7 +7,7 @@
 
 #include <kxcoreemb/gl_texture.h>
 
-#include <utility>
+#include <algorithm>
 
 namespace kxcScan
 {
@@ -23,17 +23,13 @@ static INT64 multiplyHigh(INT64 a, INT64 b)
 
 bool Scan::begin(const KxcGLTriangle::Corners& record, const KxcVector4* vertices)
 {
+    // Sorted by counting, without jumps: which way they would go is anybody's guess.
     const INT32* vertex = record.vertex;
-    INT32 top = 0, middle = 1, bottom = 2;
-    const auto sort = [&](INT32& upper, INT32& lower)
-    {
-        if (vertices[vertex[upper]].y > vertices[vertex[lower]].y)
-            std::swap(upper, lower);
-    };
-    sort(top, middle);
-    sort(middle, bottom);
-    sort(top, middle);
-    order[0] = top, order[1] = middle, order[2] = bottom;
+    const KxcFixed a = vertices[vertex[0]].y, b = vertices[vertex[1]].y, c = vertices[vertex[2]].y;
+    const int bAboveA = b < a, cAboveA = c < a, cAboveB = c < b;
+    order[bAboveA + cAboveA] = 0;
+    order[1 - bAboveA + cAboveB] = 1;
+    order[2 - cAboveA - cAboveB] = 2;
     for (int i = 0; i < 3; ++i)
     {
         x[i] = vertices[vertex[order[i]]].x.raw();
@@ -59,7 +55,7 @@ bool Scan::begin(const KxcGLTriangle::Corners& record, const KxcVector4* vertice
         edge.end = ceil(y[edge.to]);
         edge.lead = edge.first * kOne - y[edge.from];
         const INT64 height = y[edge.to] - y[edge.from];
-        edge.inverse = height <= kOne ? kOne : (INT64(1) << 32) / height;
+        edge.inverse = (INT64(1) << 32) / std::max(height, kOne);
     }
     return true;
 }
@@ -106,27 +102,13 @@ Target::~Target()
         surface->unlockOwn();
 }
 
-bool Level::open(INT32 wanted, INT32 format)
+const KxcGLTexels* findTexels(INT32 level, INT32 format)
 {
     KxcGLTextureCache& cache = kxcCore->textureCache;
-    level = wanted;
-    KxcGLSurface* found = cache.request(wanted);
-    if (!found)
-    {
-        level = 0;
-        found = cache.request(0);
-    }
-    const KxcGLSurfaceDescriptor* surface = found ? KxcGLSurfaceDescriptor::of(found) : nullptr;
-    if (!surface || surface->format != format)
-        return false;
-    const UINT32 width = static_cast<UINT32>(surface->width), height = static_cast<UINT32>(surface->height);
-    const bool paletted = format == KXCSURFACEFORMAT_PALETTE8;
-    palette = static_cast<const UINT16*>(surface->pixels);
-    texels = palette + (paletted ? 256 : 0);
-    uMask = broadcastWide(width - 1);
-    vMask = broadcastWide((height - 1) << 16);
-    vShift = 16 - static_cast<UINT32>(__builtin_ctz(width));
-    return true;
+    const KxcGLTexels* texels = cache.request(level);
+    if (!texels)
+        texels = cache.request(0);
+    return texels && texels->format == format ? texels : nullptr;
 }
 
 bool hasTexture() { return kxcCore && kxcCore->textureCache.current; }

@@ -8,6 +8,7 @@
 #include "gl/triangle.h"
 
 struct KxcGLSurfaceDescriptor;
+struct KxcGLTexels;
 
 namespace kxcScan
 {
@@ -31,21 +32,20 @@ inline INT64 reciprocal(INT64 q) { return kOneOverW / (q ? q : 0x200000); }
 /// Divides two ways by 32 * pixels, truncated, for 1 to 16 pixels: without divisions where neither way is extreme.
 inline void divideByRun(INT64& u, INT64& v, INT64 pixels)
 {
-    // 2^32 / pixels, rounded up: exact for quotients of up to 28 bits
-    static constexpr UINT64 kReciprocals[] = {0,         UINT64(1) << 32, 1u << 31,  1431655766, 1u << 30,  858993460,
-                                              715827883, 613566757,       1u << 29,  477218589,  429496730, 390451573,
-                                              357913942, 330382100,       306783379, 286331154,  1u << 28};
-    const INT64 uSign = u >> 63, vSign = v >> 63; // all ones or zero: no jump, it would often be predicted wrong
-    const UINT64 uSize = static_cast<UINT64>(subtract(u ^ uSign, uSign)) / 32;
-    const UINT64 vSize = static_cast<UINT64>(subtract(v ^ vSign, vSign)) / 32;
-    if ((uSize | vSize) >> 28)
+    // Above 2^38 / (32 * pixels), by so little that what is within the limit gives floored quotients, but one less than
+    // that for the exact ones that are negative: one more for all negative ones is what truncating gives.
+    static constexpr INT64 kLimit = 1 << 29;
+    static constexpr INT64 kReciprocals[] = {0,          8589934593, 4294967297, 2863311531, 2147483649, 1717986919,
+                                             1431655766, 1227133514, 1073741825, 954437177,  858993460,  780903145,
+                                             715827883,  660764200,  613566757,  572662307,  536870913};
+    if (static_cast<UINT64>(add(u, kLimit) | add(v, kLimit)) >= 2 * kLimit)
     {
         u /= 32 * pixels;
         v /= 32 * pixels;
         return;
     }
-    u = (static_cast<INT64>(uSize * kReciprocals[pixels] >> 32) ^ uSign) - uSign;
-    v = (static_cast<INT64>(vSize * kReciprocals[pixels] >> 32) ^ vSign) - vSign;
+    u = (u * kReciprocals[pixels] >> 38) - (u >> 63);
+    v = (v * kReciprocals[pixels] >> 38) - (v >> 63);
 }
 
 /// For so many pixels, a channel with one of these gradients changes by less than half of what limitChannel leaves.
@@ -77,14 +77,13 @@ struct Slope
 {
     INT64 value, step; // at the current row; from row to row
 
-    /// @param corners  the value at the corners from top to bottom, here and below
-    void begin(const Edge& edge, const INT64* corners, INT64 row)
+    /// At the edge's first row. @param corners  the value at the corners from top to bottom, here and below
+    void begin(const Edge& edge, const INT64* corners)
     {
         step = scale(subtract(corners[edge.to], corners[edge.from]), edge.inverse);
         value = add(corners[edge.from], scale(step, edge.lead));
-        if (row > edge.first)
-            value = add(value, multiply(step, row - edge.first));
     }
+    void skip(INT64 rows) { value = add(value, multiply(step, rows)); }
     void next() { value = add(value, step); }
 };
 
@@ -105,13 +104,14 @@ struct Scan
     /// Makes of them what is linear on the screen: q, which stands for 1 / w, and u and v times q.
     void divideByW(const KxcGLTriangle::Corners& record, const KxcVector4* vertices, INT64* u, INT64* v,
                    INT64* q) const;
-    /// Whether every row has less than so many pixels, and all of them lie on a target of this width: edges stay
-    /// between their corners, but for less than a pixel.
-    bool isSmall(INT32 targetWidth, INT32 pixels) const
+    /// Whether there are at most so many rows, each of less than so many pixels, which all lie on a target of this
+    /// width, with half a batch of pixels from each on: edges stay between their corners, but for less than a pixel.
+    bool isSmall(INT32 targetWidth, INT32 targetHeight, INT32 pixels, INT32 rows) const
     {
         const INT64 left = x[0] < x[1] ? x[0] : x[1], right = x[0] < x[1] ? x[1] : x[0];
         const INT64 first = left < x[2] ? left : x[2], last = right < x[2] ? x[2] : right;
-        return first >= kOne && last <= (targetWidth - 1) * kOne && last - first < (pixels - 2) * kOne;
+        return first >= kOne && last <= (targetWidth - 1) * kOne && last - first < (pixels - 2) * kOne &&
+               edges[0].end - edges[0].first <= rows && edges[0].end < targetHeight && targetWidth >= kLanes / 2;
     }
     /// By how much a value changes from one pixel to the next.
     INT64 gradient(const INT64* corners) const
@@ -127,28 +127,26 @@ struct Scan
 template <int kValues, class Row>
 inline void forEachRow(const Scan& scan, const INT64 (*corners)[3], INT32 height, Row row)
 {
-    Slope left = {}, right = {}, values[kValues + 1] = {};
-    const Edge *leftEdge = nullptr, *rightEdge = nullptr;
     for (int part = 1; part <= 2; ++part) // above the middle corner, below it
     {
         const Edge& side = scan.edges[part];
         const INT64 begin = side.first > 0 ? side.first : 0, end = side.end < height ? side.end : height;
         if (begin >= end)
             continue;
-        const Edge* now = scan.longOnRight ? &side : &scan.edges[0];
-        if (now != leftEdge)
+        const Edge &leftEdge = scan.edges[part * scan.longOnRight], &rightEdge = scan.edges[part * !scan.longOnRight];
+        Slope left, right, values[kValues + 1];
+        left.begin(leftEdge, scan.x);
+        right.begin(rightEdge, scan.x);
+        for (int i = 0; i < kValues; ++i)
+            values[i].begin(leftEdge, corners[i]);
+        if (begin > leftEdge.first)
         {
-            left.begin(*now, scan.x, begin);
+            left.skip(begin - leftEdge.first);
             for (int i = 0; i < kValues; ++i)
-                values[i].begin(*now, corners[i], begin);
-            leftEdge = now;
+                values[i].skip(begin - leftEdge.first);
         }
-        now = scan.longOnRight ? &scan.edges[0] : &side;
-        if (now != rightEdge)
-        {
-            right.begin(*now, scan.x, begin);
-            rightEdge = now;
-        }
+        if (begin > rightEdge.first)
+            right.skip(begin - rightEdge.first);
         for (INT64 y = begin; y < end;)
         {
             const INT64 first = ceil(left.value), last = ceil(right.value);
@@ -183,19 +181,9 @@ struct Target
     INT32 width, height;
 };
 
-/// A level of the current texture.
-struct Level
-{
-    INT32 level;
-    const UINT16* palette; // PALETTE8
-    const void* texels;    // UINT16; PALETTE8: UINT8
-    WideLanes uMask, vMask;
-    UINT32 vShift;
-
-    /// Opens a level, or level 0 where there is no such level. @return false where neither can be had in the format
-    bool open(INT32 wanted, INT32 format);
-};
-
+/// A level of the current texture, or level 0 where there is no such level. @return null where neither can be had in
+/// the format
+const KxcGLTexels* findTexels(INT32 level, INT32 format);
 bool hasTexture(); ///< whether there is a current texture
 /// The level for an affine triangle, one sharper than its texel rate. @param du, dv  texels of level 0 a pixel
 INT32 chooseLevel(INT64 du, INT64 dv);

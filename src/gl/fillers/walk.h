@@ -2,7 +2,9 @@
 //
 // Walk goes down the rows, carries the interpolated values along the left edges, and cuts rows into pieces with
 // linear texture coordinates: what is left to do for a piece is the same for every pixel. Pieces are collected and
-// drawn some dozens at a time, so that the divisions of one row do not wait for the pixels of another.
+// drawn some at a time, so that the divisions of one row do not wait for the pixels of another. A small triangle is
+// collected as a whole, in pieces of half a batch at most, which are drawn two at a time: there is little to see of
+// it, so what is not pixels has to be short.
 //
 // A pixel belongs to the triangle when its position is not before the left edge and before the right one, rows
 // likewise, so neighbours share no pixel and leave none out. Whatever lies outside the render target is skipped
@@ -11,6 +13,7 @@
 
 #include "gl/fillers/lanes.h"
 #include "gl/fillers/scan.h"
+#include "gl/texture_cache.h"
 
 namespace
 {
@@ -19,8 +22,10 @@ using kxcScan::add;
 using kxcScan::multiply;
 using kxcScan::scale;
 
-constexpr INT32 kRun = 16;   // pixels from one perspective division to the next
-constexpr INT32 kPieces = 8; // that wait to be drawn
+constexpr INT32 kRun = 16;                             // pixels from one perspective division to the next
+constexpr INT32 kPieces = 8;                           // that wait to be drawn
+constexpr INT32 kSmallWidth = kRun, kSmallHeight = 16; // a small triangle has less pixels in a row, and no more rows
+constexpr INT32 kShort = kLanes / 2;                   // pixels of its pieces, at most
 constexpr int kMaxChannels = 4;
 
 enum class Mapping
@@ -40,16 +45,30 @@ struct Piece
     UINT32 channel[kMaxChannels];
 };
 
+/// Likewise, of a small triangle.
+struct ShortPiece
+{
+    UINT16* out; // half a batch of pixels lies on the target from here on
+    INT64 count; // 1 to kShort
+    UINT32 u[kShort], v[kShort];
+    UINT32 channel[kMaxChannels];
+};
+
 /// What the pieces of a triangle have in common.
 struct Paint
 {
-    kxcScan::Level level;
-    Lanes flat[3], flatAlpha; // the triangle's colour, 0..255, and its alpha, 0..32
-    ChannelRamp ramp[kMaxChannels];
-    const UINT16* lastBatch; // the last place on the target with a whole batch of pixels
+    const KxcGLTexels* texels = nullptr;
+    Lanes flat[3], flatAlpha;      // the triangle's colour, 0..255, and its alpha, 0..32
+    UINT32 gradient[kMaxChannels]; // of the channels
+    const UINT16* lastBatch;       // the last place on the target with a whole batch of pixels
 };
 
-typedef void (*PieceDrawer)(const Paint& paint, const Piece* pieces, const Piece* end);
+/// What a filler draws its pieces with.
+struct Drawer
+{
+    void (*pieces)(const Paint& paint, const Piece* first, const Piece* end);
+    void (*shortPieces)(const Paint& paint, const ShortPiece* first, const ShortPiece* end);
+};
 
 /// 0..255 as a blend factor 0..32.
 constexpr UINT16 blendFactor(UINT32 alpha)
@@ -70,7 +89,7 @@ class Walk
 
 public:
     /// @param format  of a texture that this filler can show
-    Walk(INT32 format, PieceDrawer draw) : m_format(format), m_draw(draw) {}
+    Walk(INT32 format, const Drawer& draw) : m_format(format), m_draw(draw) {}
 
     __attribute__((noinline)) void triangle(const KxcGLTriangle::Corners& record, const KxcVector4* vertices)
     {
@@ -82,6 +101,8 @@ public:
         if (!beginPaint(record.color[0]))
             return;
         const kxcScan::Target target;
+        if (m_scan.isSmall(target.width, target.height, kSmallWidth, kSmallHeight))
+            return smallRows(target);
         m_paint.lastBatch = target.lastBatch(kLanes);
         rows(target);
         flush();
@@ -109,7 +130,7 @@ private:
     bool beginPaint(UINT32 color)
     {
         for (int c = 0; c < kChannels; ++c)
-            m_paint.ramp[c].begin(static_cast<UINT32>(m_gradient[c]));
+            m_paint.gradient[c] = static_cast<UINT32>(m_gradient[c]);
         if constexpr (kColors == 0)
         {
             for (int c = 0; c < 3; ++c)
@@ -117,24 +138,20 @@ private:
             m_paint.flatAlpha = broadcast(blendFactor(color >> 24));
         }
         if constexpr (kMapping == Mapping::kPerspective)
-            return m_paint.level.open(0, m_format);
+            m_paint.texels = kxcScan::findTexels(0, m_format);
         else if constexpr (kTextured)
         {
-            kxcScan::Level& level = m_paint.level;
-            if (!level.open(kxcScan::chooseLevel(m_gradient[kU], m_gradient[kV]), m_format))
-                return false;
-            m_uStep = static_cast<UINT32>(m_gradient[kU] >> level.level);
-            m_vStep = static_cast<UINT32>(m_gradient[kV] >> level.level);
+            m_paint.texels = kxcScan::findTexels(kxcScan::chooseLevel(m_gradient[kU], m_gradient[kV]), m_format);
+            m_level = m_paint.texels ? m_paint.texels->level : 0;
+            m_uStep = static_cast<UINT32>(m_gradient[kU] >> m_level);
+            m_vStep = static_cast<UINT32>(m_gradient[kV] >> m_level);
         }
-        return true;
+        return !kTextured || m_paint.texels;
     }
 
     void rows(const kxcScan::Target& target)
     {
         const INT64 safeDistance = kxcScan::safeDistance(m_gradient, kChannels);
-        if constexpr (kMapping == Mapping::kPerspective)
-            if (safeDistance >= kRun && m_scan.isSmall(target.width, kRun))
-                return smallRows(target);
         INT64 skip = 0; // pixels at the row's left that are not on the target, or done
         kxcScan::forEachRow<kValues>(
             m_scan, m_corners, target.height,
@@ -149,20 +166,66 @@ private:
                 });
     }
 
-    /// Rows of less than kRun pixels, none of which can lie beside the target: what most triangles of a scene have.
+    /// Where a run of pixels begins in the level and how it goes on, in 16.16 texels.
+    struct Texels
+    {
+        UINT32 u, v, uStep, vStep;
+
+        void skip(INT64 pixels)
+        {
+            u += static_cast<UINT32>(pixels) * uStep;
+            v += static_cast<UINT32>(pixels) * vStep;
+        }
+        /// The first pixels, for a piece.
+        template <class Piece>
+        void store(Piece& piece) const
+        {
+            UINT32 uHere = u, vHere = v;
+            for (int i = 0; i < kLanes / 2 && kTextured; ++i, uHere += uStep, vHere += vStep)
+                piece.u[i] = uHere, piece.v[i] = vHere;
+        }
+    };
     void smallRows(const kxcScan::Target& target)
     {
+        ShortPiece pieces[kSmallHeight * kSmallWidth / kShort], *next = pieces;
         kxcScan::forEachRow<kValues>(
             m_scan, m_corners, target.height,
             [&](INT64 y, INT64 left, INT64 right, INT64 lead, const kxcScan::Slope* values)
                 __attribute__((always_inline)) {
-                    Channels channel;
+                    // In an order that has few values at a time: the compiler is short of registers here.
+                    next->out = target.pixels + y * target.width + left;
                     for (int c = 0; c < kChannels; ++c)
-                        channel.at[c] = atLeft(values, c, lead);
-                    perspectiveRow(target.pixels + y * target.width + left, right - left, channel,
-                                   atLeft(values, kQ, lead), atLeft(values, kU, lead), atLeft(values, kV, lead));
+                        next->channel[c] = static_cast<UINT32>(atLeft(values, c, lead));
+                    INT64 count = right - left;
+                    Texels at = {};
+                    if constexpr (kMapping == Mapping::kPerspective)
+                        at = perspectiveTexels(count, atLeft(values, kQ, lead), atLeft(values, kU, lead),
+                                               atLeft(values, kV, lead));
+                    else if constexpr (kTextured)
+                        at = affineTexels(values, lead);
+                    at.store(*next);
+                    for (; count > kShort; count -= kShort, ++next)
+                    {
+                        next->count = kShort;
+                        follow(next[1], next[0], at);
+                    }
+                    next++->count = count;
                     return true;
                 });
+        m_draw.shortPieces(m_paint, pieces, next);
+    }
+
+    /// Makes a piece that begins kShort pixels behind another's first.
+    void follow(ShortPiece& piece, const ShortPiece& first, const Texels& at) const
+    {
+        piece.out = first.out + kShort;
+        for (int i = 0; i < kShort && kTextured; ++i)
+        {
+            piece.u[i] = first.u[i] + kShort * at.uStep;
+            piece.v[i] = first.v[i] + kShort * at.vStep;
+        }
+        for (int c = 0; c < kChannels; ++c)
+            piece.channel[c] = first.channel[c] + kShort * m_paint.gradient[c];
     }
 
     /// A value at the first pixel of a row.
@@ -193,53 +256,54 @@ private:
         }
         if constexpr (kMapping == Mapping::kPerspective)
         {
-            if (end - begin == right - left && right - left < kRun) // most rows of small triangles
-                perspectiveRow(pixels + left, right - left, channel, atLeft(values, kQ, lead), atLeft(values, kU, lead),
-                               atLeft(values, kV, lead));
-            else
-                perspectiveRuns(pixels, left, right, begin, end, channel, atLeft(values, kQ, lead),
-                                atLeft(values, kU, lead), atLeft(values, kV, lead));
+            perspectiveRuns(pixels, left, right, begin, end, channel, atLeft(values, kQ, lead),
+                            atLeft(values, kU, lead), atLeft(values, kV, lead));
         }
         else
         {
-            UINT32 u = 0, v = 0;
+            Texels at = {};
             if constexpr (kTextured)
             {
-                // Clipped pixels are stepped over in texels of the level, as the others are.
-                const UINT32 skipped = static_cast<UINT32>(begin - left);
-                u = static_cast<UINT32>(atLeft(values, kU, lead) >> m_paint.level.level) + skipped * m_uStep;
-                v = static_cast<UINT32>(atLeft(values, kV, lead) >> m_paint.level.level) + skipped * m_vStep;
+                at = affineTexels(values, lead);
+                at.skip(begin - left);
             }
-            addPiece(pixels + begin, end - begin, channel, u, v, m_uStep, m_vStep);
+            addPiece(pixels + begin, end - begin, channel, at);
         }
     }
 
-    struct Texels
+    /// At the first pixel of a row. Clipped pixels are stepped over in texels of the level, as the others are.
+    Texels affineTexels(const kxcScan::Slope* values, INT64 lead) const
     {
-        INT64 u, v; // times 32
+        return {static_cast<UINT32>(atLeft(values, kU, lead) >> m_level),
+                static_cast<UINT32>(atLeft(values, kV, lead) >> m_level), m_uStep, m_vStep};
+    }
+
+    struct Point
+    {
+        INT64 u, v; // texels times 32
     };
-    static Texels texels(INT64 q, INT64 uq, INT64 vq)
+    static Point divided(INT64 q, INT64 uq, INT64 vq)
     {
         const INT64 w = kxcScan::reciprocal(q);
         return {multiply(uq, w) >> kxcScan::kPerspectiveShift, multiply(vq, w) >> kxcScan::kPerspectiveShift};
     }
+    static Texels between(const Point& start, INT64 uStep, INT64 vStep)
+    {
+        return {static_cast<UINT32>(start.u >> 5), static_cast<UINT32>(start.v >> 5), static_cast<UINT32>(uStep),
+                static_cast<UINT32>(vStep)};
+    }
 
     /// 1 to kRun - 1 pixels, all of them on the target: what perspectiveRuns makes of them, without its generality.
-    void perspectiveRow(UINT16* out, INT64 count, const Channels& channel, INT64 q, INT64 uq, INT64 vq)
+    Texels perspectiveTexels(INT64 count, INT64 q, INT64 uq, INT64 vq) const
     {
-        const Texels start = texels(q, uq, vq);
-        INT64 u = 0, v = 0; // to the end of the row
-        if (count > 1)
-        {
-            const INT64 endQ = add(q, multiply(m_gradient[kQ], count));
-            const Texels end =
-                texels(endQ, add(uq, multiply(m_gradient[kU], count)), add(vq, multiply(m_gradient[kV], count)));
-            u = kxcScan::subtract(end.u, start.u);
-            v = kxcScan::subtract(end.v, start.v);
-            kxcScan::divideByRun(u, v, count);
-        }
-        addPiece(out, count, channel, static_cast<UINT32>(start.u >> 5), static_cast<UINT32>(start.v >> 5),
-                 static_cast<UINT32>(u), static_cast<UINT32>(v));
+        const Point start = divided(q, uq, vq);
+        if (count == 1)
+            return between(start, 0, 0);
+        const Point end = divided(add(q, multiply(m_gradient[kQ], count)), add(uq, multiply(m_gradient[kU], count)),
+                                  add(vq, multiply(m_gradient[kV], count)));
+        INT64 u = kxcScan::subtract(end.u, start.u), v = kxcScan::subtract(end.v, start.v);
+        kxcScan::divideByRun(u, v, count);
+        return between(start, u, v);
     }
 
     __attribute__((noinline)) void perspectiveRuns(UINT16* pixels, INT64 left, INT64 right, INT64 begin, INT64 end,
@@ -259,27 +323,25 @@ private:
             step(length + (begin - x - length) / kRun * kRun);
             length = kRun;
         }
-        Texels start = texels(q, uq, vq);
+        Point start = divided(q, uq, vq);
         for (;;)
         {
             step(length);
-            const Texels stop = texels(q, uq, vq);
+            const Point stop = divided(q, uq, vq);
             INT64 uWay = kxcScan::subtract(stop.u, start.u), vWay = kxcScan::subtract(stop.v, start.v);
             if (length == kRun)
                 uWay >>= 9, vWay >>= 9;
             else
                 kxcScan::divideByRun(uWay, vWay, length);
-            const UINT32 uStep = static_cast<UINT32>(uWay), vStep = static_cast<UINT32>(vWay);
+            Texels at = between(start, uWay, vWay);
             INT64 from = x - length;
-            UINT32 u = static_cast<UINT32>(start.u >> 5), v = static_cast<UINT32>(start.v >> 5);
             if (from < begin)
             {
-                u += static_cast<UINT32>(begin - from) * uStep;
-                v += static_cast<UINT32>(begin - from) * vStep;
+                at.skip(begin - from);
                 from = begin;
             }
             const INT64 count = (x < end ? x : end) - from;
-            addPiece(pixels + from, count, channel, u, v, uStep, vStep);
+            addPiece(pixels + from, count, channel, at);
             if (x >= end)
                 return;
             advance(channel, count);
@@ -294,18 +356,14 @@ private:
             channel.at[c] = add(channel.at[c], multiply(m_gradient[c], pixels));
     }
 
-    void addPiece(UINT16* out, INT64 count, const Channels& channel, UINT32 u, UINT32 v, UINT32 uStep, UINT32 vStep)
+    void addPiece(UINT16* out, INT64 count, const Channels& channel, const Texels& at)
     {
         Piece& piece = *m_next++;
         piece.out = out;
         piece.count = static_cast<INT32>(count);
-        if constexpr (kTextured)
-        {
-            for (int i = 0; i < kLanes / 2; ++i, u += uStep, v += vStep)
-                piece.u[i] = u, piece.v[i] = v;
-            piece.uStep = uStep;
-            piece.vStep = vStep;
-        }
+        piece.uStep = at.uStep;
+        piece.vStep = at.vStep;
+        at.store(piece);
         for (int c = 0; c < kChannels; ++c)
             piece.channel[c] = static_cast<UINT32>(channel.at[c]);
         if (m_next == m_pieces + kPieces)
@@ -314,16 +372,17 @@ private:
 
     void flush()
     {
-        m_draw(m_paint, m_pieces, m_next);
+        m_draw.pieces(m_paint, m_pieces, m_next);
         m_next = m_pieces;
     }
 
     const INT32 m_format;
-    const PieceDrawer m_draw;
+    const Drawer m_draw;
     kxcScan::Scan m_scan;
     Paint m_paint;
     INT64 m_corners[kValues + 1][3], m_gradient[kValues + 1];
     UINT32 m_uStep = 0, m_vStep = 0; // of an affine mapping
+    INT32 m_level = 0;               // likewise, of the texture
     Piece m_pieces[kPieces];
     Piece* m_next = m_pieces;
 };
