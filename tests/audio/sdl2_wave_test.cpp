@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <thread>
+#include <unistd.h>
 
 namespace
 {
@@ -44,7 +45,7 @@ struct SDL2Wave : testing::Test
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         ASSERT_GE(buffersDone, buffers);
     }
-    const std::string file = testing::TempDir() + "kxc_sdl2_wave.raw";
+    const std::string file = testing::TempDir() + "kxc_sdl2_wave" + std::to_string(getpid()); // tests run side by side
 };
 
 } // namespace

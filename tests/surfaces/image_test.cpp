@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <unistd.h>
 
 namespace
 {
@@ -27,15 +29,19 @@ struct Images : testing::Test
     {
         kxcUseImageFilterTGA();
         kxcUseImageFilterPCX();
+        std::filesystem::create_directory(folder);
     }
+    ~Images() override { std::filesystem::remove_all(folder); }
     /// Writes a file and names it as KxcFile wants it.
     std::string file(const char* name, const Bytes& bytes)
     {
-        const std::string path = testing::TempDir() + name;
+        const std::string path = folder / name;
         std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), long(bytes.size()));
         return "//" + path;
     }
     Engine engine{8, 8, [](KxcAppPrefs& prefs) { prefs.resourceMemoryLimit = 10000; }};
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("kxc_images" + std::to_string(getpid()));
 };
 
 Bytes tga(UINT8 type, UINT16 width, UINT16 height, UINT8 depth, UINT8 descriptor, const Bytes& rest)
