@@ -46,6 +46,7 @@ inline WideLanes loadWide(const UINT32* values)
     std::memcpy(&result, values, sizeof(result));
     return result;
 }
+inline void storeWide(UINT32* values, WideLanes lanes) { std::memcpy(values, &lanes, sizeof(lanes)); }
 
 typedef UINT64 Halves __attribute__((vector_size(sizeof(Lanes)))); // of a batch
 

@@ -104,14 +104,15 @@ struct Scan
     /// Makes of them what is linear on the screen: q, which stands for 1 / w, and u and v times q.
     void divideByW(const KxcGLTriangle::Corners& record, const KxcVector4* vertices, INT64* u, INT64* v,
                    INT64* q) const;
-    /// Whether there are at most so many rows, each of less than so many pixels, which all lie on a target of this
-    /// width, with half a batch of pixels from each on: edges stay between their corners, but for less than a pixel.
-    bool isSmall(INT32 targetWidth, INT32 targetHeight, INT32 pixels, INT32 rows) const
+    /// Whether there are at most so many rows, each of less than so many pixels, of which none lies beside a target of
+    /// this width, nor less than half a batch before its right: edges stay between their corners, but for less than a
+    /// pixel.
+    bool isSmall(INT32 targetWidth, INT32 pixels, INT32 rows) const
     {
         const INT64 left = x[0] < x[1] ? x[0] : x[1], right = x[0] < x[1] ? x[1] : x[0];
         const INT64 first = left < x[2] ? left : x[2], last = right < x[2] ? x[2] : right;
-        return first >= kOne && last <= (targetWidth - 1) * kOne && last - first < (pixels - 2) * kOne &&
-               edges[0].end - edges[0].first <= rows && edges[0].end < targetHeight && targetWidth >= kLanes / 2;
+        return first >= kOne && last <= (targetWidth - 1 - kLanes / 2) * kOne && last - first < (pixels - 2) * kOne &&
+               edges[0].end - edges[0].first <= rows;
     }
     /// By how much a value changes from one pixel to the next.
     INT64 gradient(const INT64* corners) const

@@ -45,12 +45,14 @@ struct Piece
     UINT32 channel[kMaxChannels];
 };
 
-/// Likewise, of a small triangle.
+/// Likewise, of a small triangle. Half a batch of pixels from the first on lies in its row of the target, so that
+/// pieces may be drawn in any order.
 struct ShortPiece
 {
-    UINT16* out; // half a batch of pixels lies on the target from here on
+    UINT16* out;
     INT64 count; // 1 to kShort
     UINT32 u[kShort], v[kShort];
+    UINT32 uStep, vStep;
     UINT32 channel[kMaxChannels];
 };
 
@@ -101,7 +103,7 @@ public:
         if (!beginPaint(record.color[0]))
             return;
         const kxcScan::Target target;
-        if (m_scan.isSmall(target.width, target.height, kSmallWidth, kSmallHeight))
+        if (m_scan.isSmall(target.width, kSmallWidth, kSmallHeight))
             return smallRows(target);
         m_paint.lastBatch = target.lastBatch(kLanes);
         rows(target);
@@ -176,15 +178,19 @@ private:
             u += static_cast<UINT32>(pixels) * uStep;
             v += static_cast<UINT32>(pixels) * vStep;
         }
-        /// The first pixels, for a piece.
         template <class Piece>
         void store(Piece& piece) const
         {
             UINT32 uHere = u, vHere = v;
-            for (int i = 0; i < kLanes / 2 && kTextured; ++i, uHere += uStep, vHere += vStep)
+            for (int i = 0; i < kLanes / 2; ++i, uHere += uStep, vHere += vStep)
                 piece.u[i] = uHere, piece.v[i] = vHere;
+            piece.uStep = uStep;
+            piece.vStep = vStep;
         }
     };
+
+    /// Collects a piece for every row. What is too wide is divided afterwards: a jump that cannot be foreseen costs
+    /// less where little else is under way.
     void smallRows(const kxcScan::Target& target)
     {
         ShortPiece pieces[kSmallHeight * kSmallWidth / kShort], *next = pieces;
@@ -193,39 +199,46 @@ private:
             [&](INT64 y, INT64 left, INT64 right, INT64 lead, const kxcScan::Slope* values)
                 __attribute__((always_inline)) {
                     // In an order that has few values at a time: the compiler is short of registers here.
-                    next->out = target.pixels + y * target.width + left;
+                    ShortPiece& piece = *next++;
+                    piece.out = target.pixels + y * target.width + left;
                     for (int c = 0; c < kChannels; ++c)
-                        next->channel[c] = static_cast<UINT32>(atLeft(values, c, lead));
-                    INT64 count = right - left;
-                    Texels at = {};
+                        piece.channel[c] = static_cast<UINT32>(atLeft(values, c, lead));
+                    piece.count = right - left;
                     if constexpr (kMapping == Mapping::kPerspective)
-                        at = perspectiveTexels(count, atLeft(values, kQ, lead), atLeft(values, kU, lead),
-                                               atLeft(values, kV, lead));
+                        perspectiveTexels(right - left, atLeft(values, kQ, lead), atLeft(values, kU, lead),
+                                          atLeft(values, kV, lead))
+                            .store(piece);
                     else if constexpr (kTextured)
-                        at = affineTexels(values, lead);
-                    at.store(*next);
-                    for (; count > kShort; count -= kShort, ++next)
-                    {
-                        next->count = kShort;
-                        follow(next[1], next[0], at);
-                    }
-                    next++->count = count;
+                        affineTexels(values, lead).store(piece);
                     return true;
                 });
+        ShortPiece* const rows = next;
+        for (ShortPiece* piece = pieces; piece < rows; ++piece)
+            if (piece->count > kShort)
+                next = divide(piece, next);
         m_draw.shortPieces(m_paint, pieces, next);
     }
 
-    /// Makes a piece that begins kShort pixels behind another's first.
-    void follow(ShortPiece& piece, const ShortPiece& first, const Texels& at) const
+    /// Divides a piece of too many pixels. @param next  where the others go @return behind them
+    ShortPiece* divide(ShortPiece* piece, ShortPiece* next) const
     {
-        piece.out = first.out + kShort;
-        for (int i = 0; i < kShort && kTextured; ++i)
+        for (INT64 count = piece->count; count > kShort; piece = next++)
         {
-            piece.u[i] = first.u[i] + kShort * at.uStep;
-            piece.v[i] = first.v[i] + kShort * at.vStep;
+            piece->count = kShort;
+            count -= kShort;
+            next->out = piece->out + kShort;
+            next->count = count;
+            if constexpr (kTextured)
+            {
+                storeWide(next->u, loadWide(piece->u) + kShort * piece->uStep);
+                storeWide(next->v, loadWide(piece->v) + kShort * piece->vStep);
+                next->uStep = piece->uStep;
+                next->vStep = piece->vStep;
+            }
+            for (int c = 0; c < kChannels; ++c)
+                next->channel[c] = piece->channel[c] + kShort * m_paint.gradient[c];
         }
-        for (int c = 0; c < kChannels; ++c)
-            piece.channel[c] = first.channel[c] + kShort * m_paint.gradient[c];
+        return next;
     }
 
     /// A value at the first pixel of a row.
@@ -361,9 +374,8 @@ private:
         Piece& piece = *m_next++;
         piece.out = out;
         piece.count = static_cast<INT32>(count);
-        piece.uStep = at.uStep;
-        piece.vStep = at.vStep;
-        at.store(piece);
+        if constexpr (kTextured)
+            at.store(piece);
         for (int c = 0; c < kChannels; ++c)
             piece.channel[c] = static_cast<UINT32>(channel.at[c]);
         if (m_next == m_pieces + kPieces)
