@@ -189,11 +189,23 @@ private:
         }
     };
 
-    /// Collects a piece for every row. What is too wide is divided afterwards: a jump that cannot be foreseen costs
-    /// less where little else is under way.
+    struct Point
+    {
+        INT64 u, v; // texels times 32
+    };
+    /// What perspective needs of a row, at its first pixel.
+    struct RowStart
+    {
+        INT64 q, uq, vq;
+        Point point;
+    };
+
+    /// Collects a piece for every row, then finds how their texels go on, then splits those that are too wide. Whether
+    /// a row has a single pixel or many cannot be foreseen: a wrong guess costs less where little else is under way.
     void smallRows(const kxcScan::Target& target)
     {
         ShortPiece pieces[kSmallHeight * kSmallWidth / kShort], *next = pieces;
+        RowStart starts[kSmallHeight], *start = starts; // only with perspective
         kxcScan::forEachRow<kValues>(
             m_scan, m_corners, target.height,
             [&](INT64 y, INT64 left, INT64 right, INT64 lead, const kxcScan::Slope* values)
@@ -205,22 +217,32 @@ private:
                         piece.channel[c] = static_cast<UINT32>(atLeft(values, c, lead));
                     piece.count = right - left;
                     if constexpr (kMapping == Mapping::kPerspective)
-                        perspectiveTexels(right - left, atLeft(values, kQ, lead), atLeft(values, kU, lead),
-                                          atLeft(values, kV, lead))
-                            .store(piece);
+                    {
+                        start->q = atLeft(values, kQ, lead);
+                        start->uq = atLeft(values, kU, lead);
+                        start->vq = atLeft(values, kV, lead);
+                        start->point = divided(start->q, start->uq, start->vq);
+                        ++start;
+                    }
                     else if constexpr (kTextured)
                         affineTexels(values, lead).store(piece);
                     return true;
                 });
         ShortPiece* const rows = next;
+        if constexpr (kMapping == Mapping::kPerspective)
+        {
+            start = starts;
+            for (ShortPiece* piece = pieces; piece < rows; ++piece, ++start)
+                perspectiveTexels(*start, piece->count).store(*piece);
+        }
         for (ShortPiece* piece = pieces; piece < rows; ++piece)
             if (piece->count > kShort)
-                next = divide(piece, next);
+                next = split(piece, next);
         m_draw.shortPieces(m_paint, pieces, next);
     }
 
-    /// Divides a piece of too many pixels. @param next  where the others go @return behind them
-    ShortPiece* divide(ShortPiece* piece, ShortPiece* next) const
+    /// Splits a piece of too many pixels. @param next  where the others go @return behind them
+    ShortPiece* split(ShortPiece* piece, ShortPiece* next) const
     {
         for (INT64 count = piece->count; count > kShort; piece = next++)
         {
@@ -291,10 +313,6 @@ private:
                 static_cast<UINT32>(atLeft(values, kV, lead) >> m_level), m_uStep, m_vStep};
     }
 
-    struct Point
-    {
-        INT64 u, v; // texels times 32
-    };
     static Point divided(INT64 q, INT64 uq, INT64 vq)
     {
         const INT64 w = kxcScan::reciprocal(q);
@@ -307,16 +325,16 @@ private:
     }
 
     /// 1 to kRun - 1 pixels, all of them on the target: what perspectiveRuns makes of them, without its generality.
-    Texels perspectiveTexels(INT64 count, INT64 q, INT64 uq, INT64 vq) const
+    Texels perspectiveTexels(const RowStart& start, INT64 count) const
     {
-        const Point start = divided(q, uq, vq);
         if (count == 1)
-            return between(start, 0, 0);
-        const Point end = divided(add(q, multiply(m_gradient[kQ], count)), add(uq, multiply(m_gradient[kU], count)),
-                                  add(vq, multiply(m_gradient[kV], count)));
-        INT64 u = kxcScan::subtract(end.u, start.u), v = kxcScan::subtract(end.v, start.v);
+            return between(start.point, 0, 0);
+        const Point end =
+            divided(add(start.q, multiply(m_gradient[kQ], count)), add(start.uq, multiply(m_gradient[kU], count)),
+                    add(start.vq, multiply(m_gradient[kV], count)));
+        INT64 u = kxcScan::subtract(end.u, start.point.u), v = kxcScan::subtract(end.v, start.point.v);
         kxcScan::divideByRun(u, v, count);
-        return between(start, u, v);
+        return between(start.point, u, v);
     }
 
     __attribute__((noinline)) void perspectiveRuns(UINT16* pixels, INT64 left, INT64 right, INT64 begin, INT64 end,
