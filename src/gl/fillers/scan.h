@@ -122,9 +122,9 @@ struct Scan
     }
 };
 
-/// Calls row(y, left, right, lead, values) for the rows that lie on a target of this height, and whose span is from
-/// left to right - 1, be it on the target or not. lead: from the left edge to the first pixel, 0..0xFFFF; values: what
-/// the left edge carries.
+/// Calls row(y, left, right, lead, values) for the rows that lie on a target of this height, and for the same row again
+/// until it answers true. The span is from left to right - 1, be it on the target or not; there may be no pixel in it.
+/// lead: from the left edge to the first pixel, 0..0xFFFF; values: what the left edge carries.
 template <int kValues, class Row>
 inline void forEachRow(const Scan& scan, const INT64 (*corners)[3], INT32 height, Row row)
 {
@@ -151,7 +151,7 @@ inline void forEachRow(const Scan& scan, const INT64 (*corners)[3], INT32 height
         for (INT64 y = begin; y < end;)
         {
             const INT64 first = ceil(left.value), last = ceil(right.value);
-            if (first < last && !row(y, first, last, first * kOne - left.value, values))
+            if (!row(y, first, last, first * kOne - left.value, values))
                 continue;
             ++y;
             left.next();

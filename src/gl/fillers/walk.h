@@ -210,8 +210,10 @@ private:
             m_scan, m_corners, target.height,
             [&](INT64 y, INT64 left, INT64 right, INT64 lead, const kxcScan::Slope* values)
                 __attribute__((always_inline)) {
+                    if (kMapping == Mapping::kPerspective && left >= right)
+                        return true; // else, writing a piece that is overwritten costs less than a jump
                     // In an order that has few values at a time: the compiler is short of registers here.
-                    ShortPiece& piece = *next++;
+                    ShortPiece& piece = *next;
                     piece.out = target.pixels + y * target.width + left;
                     for (int c = 0; c < kChannels; ++c)
                         piece.channel[c] = static_cast<UINT32>(atLeft(values, c, lead));
@@ -226,6 +228,7 @@ private:
                     }
                     else if constexpr (kTextured)
                         affineTexels(values, lead).store(piece);
+                    next += left < right;
                     return true;
                 });
         ShortPiece* const rows = next;
