@@ -52,11 +52,7 @@ public:
     {
     }
     WideLanes indices(WideLanes u, WideLanes v) const { return ((v & m_vMask) >> m_vShift) + (u >> 16 & m_uMask); }
-    template <class Piece>
-    WideLanes firstIndices(const Piece& piece) const
-    {
-        return indices(loadWide(piece.u), loadWide(piece.v));
-    }
+    WideLanes firstIndices(const Piece& piece) const { return indices(loadWide(piece.u), loadWide(piece.v)); }
     Lanes fetch(WideLanes i) const { return reinterpret_cast<Lanes>(Halves{four(i), 0}); }
     /// Half of them go by way of a word, half straight into the vector, which keeps more of the processor busy.
     Lanes fetch(WideLanes i, WideLanes j) const
@@ -88,18 +84,14 @@ class Sampler<TexelNone>
 public:
     explicit Sampler(const KxcGLTexels*) {}
     WideLanes indices(WideLanes, WideLanes) const { return WideLanes{}; }
-    template <class Piece>
-    WideLanes firstIndices(const Piece&) const
-    {
-        return WideLanes{};
-    }
+    WideLanes firstIndices(const Piece&) const { return WideLanes{}; }
     Lanes fetch(WideLanes) const { return Lanes{}; }
     Lanes fetch(WideLanes, WideLanes) const { return Lanes{}; }
 };
 
 /// What a filler does for the pixels of small triangles: half a batch from one row, half from another.
 template <class Shade, class Texel, class Blend>
-void drawShortPieces(const Paint& paint, const ShortPiece* piece, const ShortPiece* end)
+void drawShortPieces(const Paint& paint, const Piece* piece, const Piece* end)
 {
     constexpr int kChannels = Shade::kChannels + kGouraudAlpha<Shade, Blend>;
     const Sampler<Texel> sampler(paint.texels);
@@ -108,7 +100,7 @@ void drawShortPieces(const Paint& paint, const ShortPiece* piece, const ShortPie
         ramp[c] = ChannelRamp::halves(paint.gradient[c]);
     for (; piece < end; piece += 2)
     {
-        const ShortPiece &a = piece[0], &b = piece + 1 < end ? piece[1] : a; // drawing one twice changes nothing
+        const Piece &a = piece[0], &b = piece + 1 < end ? piece[1] : a; // drawing one twice changes nothing
         Lanes light[kChannels + 1];
         for (int c = 0; c < kChannels; ++c)
         {
@@ -158,7 +150,7 @@ void drawPieces(const Paint& given, const Piece* pieces, const Piece* end)
             return blendPixels<Shade, Texel, Blend>(paint, texels, light, old);
         };
         UINT16* out = pieces->out;
-        INT32 left = pieces->count;
+        INT32 left = static_cast<INT32>(pieces->count);
         for (; left >= kLanes; left -= kLanes, out += kLanes)
         {
             store(out, batch(kLanes, kReadsTarget ? load(out) : Lanes{}));

@@ -39,19 +39,8 @@ enum class Mapping
 struct Piece
 {
     UINT16* out;
-    INT32 count;
+    INT64 count;
     UINT32 u[kLanes / 2], v[kLanes / 2]; // texels of the level, in 16.16: of the first pixel and the next ones
-    UINT32 uStep, vStep;
-    UINT32 channel[kMaxChannels];
-};
-
-/// Likewise, of a small triangle. Half a batch of pixels from the first on lies in its row of the target, so that
-/// pieces may be drawn in any order.
-struct ShortPiece
-{
-    UINT16* out;
-    INT64 count; // 1 to kShort
-    UINT32 u[kShort], v[kShort];
     UINT32 uStep, vStep;
     UINT32 channel[kMaxChannels];
 };
@@ -65,11 +54,12 @@ struct Paint
     const UINT16* lastBatch;       // the last place on the target with a whole batch of pixels
 };
 
-/// What a filler draws its pieces with.
+/// What a filler draws its pieces with. Short ones have up to kShort pixels, and half a batch from the first on lies in
+/// their row of the target, so that they may be drawn in any order.
 struct Drawer
 {
-    void (*pieces)(const Paint& paint, const Piece* first, const Piece* end);
-    void (*shortPieces)(const Paint& paint, const ShortPiece* first, const ShortPiece* end);
+    typedef void (*Draw)(const Paint& paint, const Piece* first, const Piece* end);
+    Draw pieces, shortPieces;
 };
 
 /// 0..255 as a blend factor 0..32.
@@ -178,7 +168,6 @@ private:
             u += static_cast<UINT32>(pixels) * uStep;
             v += static_cast<UINT32>(pixels) * vStep;
         }
-        template <class Piece>
         void store(Piece& piece) const
         {
             UINT32 uHere = u, vHere = v;
@@ -204,7 +193,7 @@ private:
     /// a row has a single pixel or many cannot be foreseen: a wrong guess costs less where little else is under way.
     void smallRows(const kxcScan::Target& target)
     {
-        ShortPiece pieces[kSmallHeight * kSmallWidth / kShort], *next = pieces;
+        Piece pieces[kSmallHeight * kSmallWidth / kShort], *next = pieces;
         RowStart starts[kSmallHeight], *start = starts; // only with perspective
         kxcScan::forEachRow<kValues>(
             m_scan, m_corners, target.height,
@@ -213,7 +202,7 @@ private:
                     if (kMapping == Mapping::kPerspective && left >= right)
                         return true; // else, writing a piece that is overwritten costs less than a jump
                     // In an order that has few values at a time: the compiler is short of registers here.
-                    ShortPiece& piece = *next;
+                    Piece& piece = *next;
                     piece.out = target.pixels + y * target.width + left;
                     for (int c = 0; c < kChannels; ++c)
                         piece.channel[c] = static_cast<UINT32>(atLeft(values, c, lead));
@@ -231,21 +220,21 @@ private:
                     next += left < right;
                     return true;
                 });
-        ShortPiece* const rows = next;
+        Piece* const rows = next;
         if constexpr (kMapping == Mapping::kPerspective)
         {
             start = starts;
-            for (ShortPiece* piece = pieces; piece < rows; ++piece, ++start)
+            for (Piece* piece = pieces; piece < rows; ++piece, ++start)
                 perspectiveTexels(*start, piece->count).store(*piece);
         }
-        for (ShortPiece* piece = pieces; piece < rows; ++piece)
+        for (Piece* piece = pieces; piece < rows; ++piece)
             if (piece->count > kShort)
                 next = split(piece, next);
         m_draw.shortPieces(m_paint, pieces, next);
     }
 
     /// Splits a piece of too many pixels. @param next  where the others go @return behind them
-    ShortPiece* split(ShortPiece* piece, ShortPiece* next) const
+    Piece* split(Piece* piece, Piece* next) const
     {
         for (INT64 count = piece->count; count > kShort; piece = next++)
         {
@@ -394,7 +383,7 @@ private:
     {
         Piece& piece = *m_next++;
         piece.out = out;
-        piece.count = static_cast<INT32>(count);
+        piece.count = count;
         if constexpr (kTextured)
             at.store(piece);
         for (int c = 0; c < kChannels; ++c)
