@@ -191,6 +191,7 @@ private:
 
     /// Collects a piece for every row, then finds how their texels go on, then splits those that are too wide. Whether
     /// a row has a single pixel or many cannot be foreseen: a wrong guess costs less where little else is under way.
+    /// A channel changes by 2^24 a pixel at most, so in so few pixels it stays within 32 bits.
     void smallRows(const kxcScan::Target& target)
     {
         Piece pieces[kSmallHeight * kSmallWidth / kShort], *next = pieces;
